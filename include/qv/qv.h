@@ -1,0 +1,11 @@
+#ifndef QV_QV_H
+#define QV_QV_H
+
+// Everything the library offers a host.
+#include <qv/QvTypes.h>
+#include <qv/QvPoint.h>
+#include <qv/QvArray.h>
+#include <qv/QvCriticalSection.h>
+#include <qv/QvTrace.h>
+
+#endif

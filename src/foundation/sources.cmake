@@ -1,0 +1,4 @@
+list(APPEND QV_SOURCES
+  src/foundation/QvCriticalSection.cpp
+  src/foundation/QvTrace.cpp
+)

@@ -1,0 +1,45 @@
+#include <qv/QvCriticalSection.h>
+#include <qv/QvTrace.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+namespace {
+
+std::string g_trace;
+void capture(const char* text) { g_trace += text; }
+
+}  // namespace
+
+TEST(Trace, FormatsAndCutsAt512Characters) {
+  QvSetTraceSink(&capture);
+  g_trace.clear();
+  _qvTRACE("%d-%s", 42, "x");
+  EXPECT_EQ("42-x", g_trace);  // nothing is added
+  g_trace.clear();
+  const std::string long_text(2000, 'a');
+  _qvTRACE("%s", long_text.c_str());
+  EXPECT_EQ(511u, g_trace.size());
+  g_trace.clear();
+  _qvTRACE(L"%ls %d", L"wide", 7);
+  EXPECT_EQ("wide 7", g_trace);
+  QvSetTraceSink(nullptr);
+}
+
+TEST(CriticalSection, IsRecursiveAndReleasedAfterMatchingUnlocks) {
+  QvCriticalSection lock;
+  lock.LOCK();
+  lock.LOCK();
+  lock.UNLOCK();
+  lock.UNLOCK();
+  bool taken = false;
+  std::thread other([&] {
+    lock.LOCK();
+    taken = true;
+    lock.UNLOCK();
+  });
+  other.join();
+  EXPECT_TRUE(taken);
+}
