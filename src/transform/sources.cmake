@@ -3,4 +3,6 @@ list(APPEND QV_SOURCES
   src/transform/QvTransfo4.cpp
   src/transform/QvTransfo4_map.cpp
   src/transform/QvTransfo4_decompose.cpp
+  src/transform/QvQuat.cpp
+  src/transform/QvIsoView.cpp
 )
