@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
 #include <random>
 
 // Plain column-major 4x4 arithmetic, written independently of QvTransfo4 to check it.
@@ -21,8 +22,8 @@ inline Mat mat_of(const QvTransfo4& t) {
 
 inline Mat mul(const Mat& a, const Mat& b) {
   Mat r{};
-  for (int i = 0; i < 16; ++i)
-    for (int k = 0; k < 4; ++k)
+  for (std::size_t i = 0; i < 16; ++i)
+    for (std::size_t k = 0; k < 4; ++k)
       r[i] += a[i % 4 + 4 * k] * b[k + 4 * (i / 4)];
   return r;
 }
@@ -36,7 +37,7 @@ inline QvTransfo4 random_transform(std::mt19937& rng) {
 }
 
 inline void expect_mat_near(const Mat& want, const Mat& got, double tol) {
-  for (int i = 0; i < 16; ++i)
+  for (std::size_t i = 0; i < 16; ++i)
     EXPECT_NEAR(want[i], got[i], tol) << "element " << i;
 }
 
