@@ -7,5 +7,8 @@
 #include <qv/QvArray.h>
 #include <qv/QvCriticalSection.h>
 #include <qv/QvTrace.h>
+#include <qv/QvTransfo4.h>
+#include <qv/QvQuat.h>
+#include <qv/QvIsoView.h>
 
 #endif
