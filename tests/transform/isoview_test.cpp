@@ -32,6 +32,8 @@ TEST(QvIsoView, ConstructionCentresTheViewOnTheOrigin) {
 
 TEST(QvIsoView, PanZoomAndFitComposeOrAreDropped) {
   QvIsoView v(200, 0.5, 100, 2, 1);
+  EXPECT_TRUE(&v.GetViewToWorld() == &v.viewToWorld && &v.GetWorldToView() == &v.worldToView &&
+              v.viewWidth == 200 && v.viewHeight == 100);
   const QvTransfo4 start = v.GetViewToWorld();
   v.Pan(QvPoint2<double>(10, -4));  // in view units
   EXPECT_EQ(1, v.GetViewToWorld().Map(QvPoint2<double>(1, 1)) == start.Map(QvPoint2<double>(11, -3)));
