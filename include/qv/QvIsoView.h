@@ -12,9 +12,9 @@
 class QV_API QvIsoView {
  public:
   // One view unit is unitX by unitY world units, and the centre of the view rectangle lies at
-  // the world origin.
-  QvIsoView(double viewWidth, double unitX, double viewHeight, double unitY, double unitZ);
-  QvIsoView();
+  // the world origin. Every argument left out is 1.
+  QvIsoView(double viewWidth = 1.0, double unitX = 1.0, double viewHeight = 1.0,
+            double unitY = 1.0, double unitZ = 1.0);
   QvIsoView(const QvIsoView& other);
   QvIsoView& operator=(const QvIsoView& other);
 

@@ -13,8 +13,6 @@ QvIsoView::QvIsoView(double width, double unitX, double height, double unitY, do
   viewToWorld.Inverse(worldToView);
 }
 
-QvIsoView::QvIsoView() : QvIsoView(1.0, 1.0, 1.0, 1.0, 1.0) {}
-
 QvIsoView::QvIsoView(const QvIsoView& other) = default;
 
 QvIsoView& QvIsoView::operator=(const QvIsoView& other) = default;
