@@ -8,7 +8,9 @@
 namespace {
 
 // Falloff of soft and radial fills: full at the shape (parameter 0), nothing
-// at the reach (parameter 1), as one cubic segment.
+// at the end of the reach (parameter 1), falling in a straight line between.
+// Cubic is the kind of the region before the first key and of new keys, so
+// that keys a host adds to the curve are smooth.
 QvStdFCurve* make_default_gradient() {
   return new QvStdFCurve(0.0, 1.0, 1.0, 0.0, QvBaseFCurve::FSBezierCubic, QvBaseFCurve::FSBezierCubic);
 }
