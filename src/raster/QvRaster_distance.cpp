@@ -49,10 +49,11 @@ void propagate_row(Coord* dx, Coord* dy, const Coord* from_dx, const Coord* from
   using Value = decltype(Norm::norm(Coord(), Coord()));
   // Vertical step: independent across the row.
   for (std::int64_t x = 0; x < w; ++x) {
+    const Coord ox = dx[x], oy = dy[x];
     const Coord cx = from_dx[x], cy = static_cast<Coord>(from_dy[x] + 1);
-    const bool take = Norm::norm(dx[x], dy[x]) > Norm::norm(cx, cy);
-    dx[x] = take ? cx : dx[x];
-    dy[x] = take ? cy : dy[x];
+    const bool take = Norm::norm(ox, oy) > Norm::norm(cx, cy);
+    dx[x] = take ? cx : ox;
+    dy[x] = take ? cy : oy;
   }
   // Horizontal steps: each pixel's result feeds the next, carried in
   // registers together with its norm.
