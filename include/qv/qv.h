@@ -10,5 +10,10 @@
 #include <qv/QvTransfo4.h>
 #include <qv/QvQuat.h>
 #include <qv/QvIsoView.h>
+#include <qv/QvBezierTool.h>
+#include <qv/QvBaseFCurve.h>
+#include <qv/QvStdFCurve.h>
+#include <qv/QvRaster.h>
+#include <qv/QvGC.h>
 
 #endif

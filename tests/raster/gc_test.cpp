@@ -1,0 +1,75 @@
+#include <qv/QvGC.h>
+#include <qv/QvStdFCurve.h>
+#include <qv/QvTransfo4.h>
+
+#include <gtest/gtest.h>
+
+#include "raster/gc_read.h"
+
+TEST(GraphicsContext, Defaults) {
+  QvGC gc;
+  const double doubles[] = {gc.GetFlatteningTolerance(), gc.GetSamplingDistance(),
+                            gc.GetPropertyTolerance(),   gc.GetDefaultPropertyValue(),
+                            gc.GetSmallestFeatureSize(), gc.GetAngleThreshold(),
+                            gc.GetMiterLimit(),          gc.GetLineWidth(),
+                            gc.GetInteriorOffset(),      gc.GetExteriorOffset(),
+                            gc.GetFillOpacity()};
+  const double want[] = {1.0, 1.0, 0.1, 1.0, 0.5, 0.82139380484, 1.0, 1.0, 0.0, 0.0, 1.0};
+  for (int i = 0; i < 11; ++i)
+    EXPECT_EQ(want[i], doubles[i]) << "field " << i;
+  EXPECT_EQ(0, gc.GetAAFilterRadius());
+  EXPECT_EQ(4, gc.GetAASuperSampling());
+  EXPECT_EQ(QvGC::WindingRule, gc.GetFillRule());
+  EXPECT_EQ(QvGC::ButtCap, gc.GetEndCap());
+  EXPECT_EQ(QvGC::MiterJoin, gc.GetJoin());
+  EXPECT_EQ(QvGC::ConstantWidth, gc.GetWidthType());
+  EXPECT_EQ(QvGC::GradientMaskedByShape, gc.GetGradientMapMode());
+  const double* m = gc.GetTransform().GetMatrixPtr();
+  for (int i = 0; i < 16; ++i)
+    EXPECT_EQ(i % 5 == 0 ? 1.0 : 0.0, m[i]) << i;
+  // The gradient falls from 1 at the shape to 0 at the end of its reach.
+  const QvStdFCurve& gradient = gc.GetGradientFCurve();
+  EXPECT_EQ(2u, gradient.GetNumKeys());
+  EXPECT_EQ(QvBaseFCurve::FSBezierCubic, gradient.GetFirstSegmentKind());
+  EXPECT_EQ(1.0, gradient.Eval(0.0, 1));
+  EXPECT_EQ(0.0, gradient.Eval(1.0, 1));
+}
+
+TEST(GraphicsContext, SettersStoreAsGivenButSuperSampling) {
+  struct Case { QvLong set, want; };
+  const Case cases[] = {{5, 4}, {6, 8}, {16, 8}, {8, 8}, {4, 4}, {0, 4}, {-7, 4}};
+  QvGC gc;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.set);
+    gc.SetAASuperSampling(c.set);
+    EXPECT_EQ(c.want, gc.GetAASuperSampling());
+  }
+  gc.SetAAFilterRadius(100);  // the fill clamps it, not the context
+  EXPECT_EQ(100, gc.GetAAFilterRadius());
+  gc.SetLineWidth(-2.5);
+  EXPECT_EQ(-2.5, gc.GetLineWidth());
+  gc.SetFillRule(static_cast<QvGC::FillRule>(7));
+  const QvGC& held = gc;  // drawing code reads the enumerations through a const context
+  EXPECT_EQ(7, qv::internal::gc_fill_rule(held));
+}
+
+TEST(GraphicsContext, CopiesOwnTransformAndCurve) {
+  QvGC source;
+  source.SetJoin(QvGC::BevelJoin);
+  QvTransfo4 scale;
+  scale.Scale(2.0);
+  source.SetTransform(scale);
+  QvGC copy(source);
+  EXPECT_EQ(QvGC::BevelJoin, copy.GetJoin());
+  EXPECT_EQ(2.0, copy.GetTransform().GetMatrixElement(0, 0));
+  copy.SetGradientFCurve(QvStdFCurve(0.25, QvBaseFCurve::FSConstant));
+  copy.SetTransform(QvTransfo4());
+  EXPECT_EQ(2u, source.GetGradientFCurve().GetNumKeys());
+  EXPECT_EQ(2.0, source.GetTransform().GetMatrixElement(0, 0));
+
+  QvGC assigned;
+  assigned = copy;
+  EXPECT_EQ(0u, assigned.GetGradientFCurve().GetNumKeys());
+  assigned.SetGradientFCurve(source.GetGradientFCurve());
+  EXPECT_EQ(0.25, copy.GetGradientFCurve().Eval(0.5, 1));
+}
