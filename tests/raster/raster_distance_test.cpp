@@ -24,37 +24,31 @@ QvRaster<unsigned char> mask_with(QvLong w, QvLong h, std::vector<std::pair<int,
 
 }  // namespace
 
-TEST(RasterDistance, CornerSeedInThreeByThree) {
-  QvRaster<float> sq(3, 3, -1.0f), inf(3, 3, -1.0f);
-  sq.SetToSquaredEuclideanDistanceMap(mask_with(3, 3, {{0, 1}}));
-  inf.SetToLInfinityDistanceMap(mask_with(3, 3, {{0, 1}}));
-  EXPECT_EQ((std::vector<float>{0, 1, 4, 1, 2, 5, 4, 5, 8}), pixels_of(sq));
-  EXPECT_EQ((std::vector<float>{0, 1, 2, 1, 1, 2, 2, 2, 2}), pixels_of(inf));
-  // Mask value 2 negates the squared distance and means nothing to L-infinity.
-  const QvRaster<unsigned char> marked = mask_with(3, 3, {{0, 1}, {8, 2}});
-  sq.SetToSquaredEuclideanDistanceMap(marked);
-  inf.SetToLInfinityDistanceMap(marked);
-  EXPECT_EQ(-8.0f, sq.pixels[8]);
-  EXPECT_EQ(2.0f, inf.pixels[8]);
-}
-
-TEST(RasterDistance, NothingToPropagate) {
-  struct Case { QvLong w, h, mask_w, mask_h; std::vector<std::pair<int, int>> marks; std::vector<double> want; };
+TEST(RasterDistance, HandValues) {
+  using Marks = std::vector<std::pair<int, int>>;
+  using Pixels = std::vector<float>;
+  const Pixels corner_sq = {0, 1, 4, 1, 2, 5, 4, 5, 8}, corner_inf = {0, 1, 2, 1, 1, 2, 2, 2, 2};
+  struct Case { QvLong w, h, mask_w, mask_h; Marks marks; Pixels sq, inf; };
   const Case cases[] = {
-      // no seed: every pixel keeps 2*big*big, big = max(w, h) + 1
-      {4, 3, 4, 3, {}, std::vector<double>(12, 50.0)},
+      {3, 3, 3, 3, {{0, 1}}, corner_sq, corner_inf},
+      // mask value 2 negates the squared distance and means nothing to L-infinity
+      {3, 3, 3, 3, {{0, 1}, {8, 2}}, {0, 1, 4, 1, 2, 5, 4, 5, -8}, corner_inf},
+      // no seed: every pixel keeps 2*big*big, or big, with big = max(w, h) + 1
+      {4, 3, 4, 3, {}, Pixels(12, 50), Pixels(12, 5)},
       // one row: no sweep runs at all, the seed alone is 0
-      {4, 1, 4, 1, {{1, 1}}, {50, 0, 50, 50}},
+      {4, 1, 4, 1, {{1, 1}}, {50, 0, 50, 50}, {5, 0, 5, 5}},
       // one column: only the vertical steps run
-      {1, 4, 1, 4, {{0, 1}}, {0, 1, 4, 9}},
+      {1, 4, 1, 4, {{0, 1}}, {0, 1, 4, 9}, {0, 1, 2, 3}},
       // a mask shorter than the raster: the pixels past its end are background
-      {3, 3, 1, 1, {{0, 1}}, {0, 1, 4, 1, 2, 5, 4, 5, 8}},
+      {3, 3, 1, 1, {{0, 1}}, corner_sq, corner_inf},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.w << " x " << c.h);
-    QvRaster<double> r(c.w, c.h, 0.0);
-    r.SetToSquaredEuclideanDistanceMap(mask_with(c.mask_w, c.mask_h, c.marks));
-    EXPECT_EQ(c.want, pixels_of(r));
+    SCOPED_TRACE(testing::Message() << c.w << " x " << c.h << ", " << c.marks.size() << " marks");
+    QvRaster<float> sq(c.w, c.h, -1.0f), inf(c.w, c.h, -1.0f);
+    sq.SetToSquaredEuclideanDistanceMap(mask_with(c.mask_w, c.mask_h, c.marks));
+    inf.SetToLInfinityDistanceMap(mask_with(c.mask_w, c.mask_h, c.marks));
+    EXPECT_EQ(c.sq, pixels_of(sq));
+    EXPECT_EQ(c.inf, pixels_of(inf));
   }
 }
 
