@@ -1,0 +1,2 @@
+list(APPEND QV_SOURCES
+  src/raster/QvPath2f_fill.cpp)

@@ -1,0 +1,1 @@
+#include <qv/QvShape2f.h>
