@@ -21,7 +21,8 @@ std::vector<unsigned char> body_of_kind(std::uint32_t kind, std::uint32_t body_l
   std::vector<unsigned char> bytes(4 + body_length, 0);
   for (int k = 0; k < 4; ++k) {
     bytes[static_cast<std::size_t>(k)] = static_cast<unsigned char>(body_length >> (8 * k));
-    bytes[static_cast<std::size_t>(4 + k)] = static_cast<unsigned char>(kind >> (8 * k));
+    if (static_cast<std::uint32_t>(k) < body_length)
+      bytes[static_cast<std::size_t>(4 + k)] = static_cast<unsigned char>(kind >> (8 * k));
   }
   return bytes;
 }
