@@ -175,3 +175,19 @@ TEST(PathSample, FractionsRunOnAcrossSubpaths) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(PathSample, DegenerateSpacingGivesTheEnds) {
+  QvPath2f line;
+  line.Moveto(P(0, 0));
+  line.Lineto(P(10, 0));
+  for (double spacing : {0.0, -1.0, 1e-30, std::nan("")}) {
+    SCOPED_TRACE(spacing);
+    const Samples s = sample(line, spacing);
+    ASSERT_EQ(2u, s.points.GetSize());
+    EXPECT_EQ(10.0f, s.points[1].x);
+  }
+}
+
+}  // namespace
