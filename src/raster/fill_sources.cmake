@@ -1,4 +1,5 @@
 list(APPEND QV_SOURCES
+  src/raster/QvPath2f_fill.cpp
   src/raster/edge_table.cpp
   src/raster/scan_fill.cpp
   src/raster/aa_tables.cpp

@@ -134,6 +134,7 @@ TEST(Array, AssignmentCopiesCapacity) {
   b = a;
   EXPECT_EQ(32u, b.capacity);
   EXPECT_EQ(7u, b[0]);
-  b = b;
+  QvULongArray& alias = b;
+  b = alias;  // self-assignment keeps the block
   EXPECT_EQ(7u, b[0]);
 }

@@ -1,0 +1,2 @@
+list(APPEND QV_SOURCES
+  src/shape/QvShape2f.cpp)
