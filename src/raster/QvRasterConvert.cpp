@@ -51,6 +51,24 @@ void QvRasterConvert(QvRaster<D>& dst, QvRaster<S> const& src) {
       const S* s = src.pixels + (flip ? h - 1 - i : i) * w;
       std::memcpy(dst.pixels + i * w, s, static_cast<std::size_t>(w) * sizeof(D));
     }
+  } else if constexpr (std::is_same_v<S, float>) {
+    using Convert = qv::internal::PixelConvert<D, S>;
+    for (std::int64_t i = 0; i < h; ++i) {
+      const S* s = src.pixels + (flip ? h - 1 - i : i) * w;
+      D* d = dst.pixels + i * w;
+      // Nearly every row holds coverage in range: check the row once, then
+      // convert without a per-pixel branch.
+      std::int32_t out_of_range = 0;
+      for (std::int64_t x = 0; x < w; ++x)
+        out_of_range |= qv::internal::fits_int32(Convert::scaled(s[x])) ? 0 : 1;
+      if (out_of_range == 0) {
+        for (std::int64_t x = 0; x < w; ++x)
+          d[x] = Convert::apply_in_range(s[x]);
+      } else {
+        for (std::int64_t x = 0; x < w; ++x)
+          d[x] = Convert::apply(s[x]);
+      }
+    }
   } else {
     for (std::int64_t i = 0; i < h; ++i) {
       const S* s = src.pixels + (flip ? h - 1 - i : i) * w;

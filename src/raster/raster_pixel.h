@@ -23,6 +23,10 @@ inline std::uint16_t truncated_low_bits(float v) {
   return static_cast<std::uint16_t>(static_cast<std::int64_t>(std::fmod(static_cast<double>(v), 65536.0)));
 }
 
+// True when truncated_low_bits(v) is plain integer conversion; rows that hold
+// only such values take a loop the compiler can vectorise.
+inline bool fits_int32(float v) { return std::fabs(v) < 2147483648.0f; }
+
 // A distance d >= 0 stored in a pixel: integer types keep the low bits of
 // trunc(d), float rounds, double is exact.
 template <class T>
@@ -71,17 +75,23 @@ struct PixelConvert<short, unsigned char> {
   static short apply(unsigned char s) { return static_cast<short>((s * 257 + 2) >> 2); }
 };
 
+// From float, `scaled` is the product before truncation; `apply` is exact for
+// every input, and `apply_in_range` equals it when fits_int32(scaled(s)).
 template <>
 struct PixelConvert<unsigned char, float> {
   // No rounding and no clamp: 1.5 becomes 382, stored as its low byte 126.
-  static unsigned char apply(float s) {
-    return static_cast<unsigned char>(truncated_low_bits(s * 255.0f));
+  static float scaled(float s) { return s * 255.0f; }
+  static unsigned char apply(float s) { return static_cast<unsigned char>(truncated_low_bits(scaled(s))); }
+  static unsigned char apply_in_range(float s) {
+    return static_cast<unsigned char>(static_cast<std::int32_t>(scaled(s)));
   }
 };
 
 template <>
 struct PixelConvert<short, float> {
-  static short apply(float s) { return static_cast<short>(truncated_low_bits(s * 16384.0f + 0.5f)); }
+  static float scaled(float s) { return s * 16384.0f + 0.5f; }
+  static short apply(float s) { return static_cast<short>(truncated_low_bits(scaled(s))); }
+  static short apply_in_range(float s) { return static_cast<short>(static_cast<std::int32_t>(scaled(s))); }
 };
 
 template <>

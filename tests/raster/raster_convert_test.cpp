@@ -51,6 +51,13 @@ TEST(RasterConvert, ShortFromFloatRoundsWithoutClamp) {
     SCOPED_TRACE(testing::Message() << c.s);
     EXPECT_EQ(c.want, (convert_one<short, float>(c.s)));
   }
+  // Rows mixing ordinary and huge values give each pixel its own result.
+  QvRaster<float> src(3, 2, 0.5f);
+  src.pixels[4] = 131073.5f;
+  src.pixels[5] = -0.5f;
+  QvRaster<short> dst(3, 2, 0);
+  QvRasterConvert(dst, src);
+  EXPECT_EQ((std::vector<short>{8192, 8192, 8192, 8192, 24576, -8191}), pixels_of(dst));
 }
 
 TEST(RasterConvert, FromShortClamps) {

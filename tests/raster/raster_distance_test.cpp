@@ -7,6 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "raster/raster_distance.h"
+
 namespace {
 
 template <class T>
@@ -154,6 +156,31 @@ TEST(RasterDistance, ManySeedsReportARealSeed) {
       }
       ASSERT_GE(sq.pixels[i], nearest) << i;
       ASSERT_TRUE(reported_is_real) << i;
+    }
+  }
+}
+
+// The public maps work in integer offsets where those are exact; the double
+// form that very large rasters take must give the same bits.
+TEST(RasterDistance, IntegerOffsetsAgreeWithDoubles) {
+  std::mt19937 rng(23);
+  std::uniform_int_distribution<int> size(1, 40), mark(0, 30);
+  for (int trial = 0; trial < 200; ++trial) {
+    const QvLong w = size(rng), h = size(rng);
+    QvRaster<unsigned char> mask(w, h, 0);
+    for (QvLong i = 0; i < w * h; ++i) {
+      const int m = mark(rng);
+      mask.pixels[i] = static_cast<unsigned char>(m < 2 ? 1 : m < 4 ? 2 : 0);
+    }
+    SCOPED_TRACE(testing::Message() << "trial " << trial);
+    for (bool euclidean : {true, false}) {
+      QvRaster<double> fast(w, h, 0.0), plain(w, h, 0.0);
+      if (euclidean)
+        fast.SetToSquaredEuclideanDistanceMap(mask);
+      else
+        fast.SetToLInfinityDistanceMap(mask);
+      qv::internal::distance_map_in_doubles(plain, mask, euclidean);
+      ASSERT_EQ(pixels_of(plain), pixels_of(fast));
     }
   }
 }

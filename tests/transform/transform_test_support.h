@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
 #include <random>
 
 // Plain column-major 4x4 arithmetic, written independently of QvTransfo4 to check it.
@@ -21,18 +22,10 @@ inline Mat mat_of(const QvTransfo4& t) {
 
 inline Mat mul(const Mat& a, const Mat& b) {
   Mat r{};
-  for (int row = 0; row < 4; ++row)
-    for (int col = 0; col < 4; ++col) {
-      double s = 0;
-      for (int k = 0; k < 4; ++k)
-        s += a[row + 4 * k] * b[k + 4 * col];
-      r[row + 4 * col] = s;
-    }
+  for (std::size_t i = 0; i < 16; ++i)
+    for (std::size_t k = 0; k < 4; ++k)
+      r[i] += a[i % 4 + 4 * k] * b[k + 4 * (i / 4)];
   return r;
-}
-
-inline Mat translation(double x, double y, double z) {
-  return Mat{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, x, y, z, 1};
 }
 
 inline QvTransfo4 random_transform(std::mt19937& rng) {
@@ -44,8 +37,14 @@ inline QvTransfo4 random_transform(std::mt19937& rng) {
 }
 
 inline void expect_mat_near(const Mat& want, const Mat& got, double tol) {
-  for (int i = 0; i < 16; ++i)
+  for (std::size_t i = 0; i < 16; ++i)
     EXPECT_NEAR(want[i], got[i], tol) << "element " << i;
+}
+
+inline QvTransfo4 xyz_degrees(double x, double y, double z) {
+  QvTransfo4 t;
+  t.RotateXYZ(QvPoint3<double>(x, y, z));
+  return t;
 }
 
 }  // namespace qvtest

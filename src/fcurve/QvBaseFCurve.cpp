@@ -1,0 +1,152 @@
+#include <qv/QvBaseFCurve.h>
+
+#include "fcurve/userdata_store.h"
+
+#if __has_include(<qv/QvStdFCurve.h>)
+#include <qv/QvStdFCurve.h>
+#define QV_HAVE_STD_FCURVE 1
+#endif
+#if __has_include(<qv/QvBooleanFCurve.h>)
+#include <qv/QvBooleanFCurve.h>
+#define QV_HAVE_BOOLEAN_FCURVE 1
+#endif
+#if __has_include(<qv/QvIntegerFCurve.h>)
+#include <qv/QvIntegerFCurve.h>
+#define QV_HAVE_INTEGER_FCURVE 1
+#endif
+#if __has_include(<qv/QvRawFCurve.h>)
+#include <qv/QvRawFCurve.h>
+#define QV_HAVE_RAW_FCURVE 1
+#endif
+#if __has_include(<qv/QvQuatFCurve.h>)
+#include <qv/QvQuatFCurve.h>
+#define QV_HAVE_QUAT_FCURVE 1
+#endif
+
+#include <cstring>
+#include <new>
+
+QvBaseFCurve::QvBaseFCurve() : m_userData(nullptr), m_lockCount(0) {}
+
+// A copy starts unlocked with a lock of its own; only the source is held while it is read.
+QvBaseFCurve::QvBaseFCurve(const QvBaseFCurve& other) : m_userData(nullptr), m_lockCount(0) {
+  LockGuard source(other);
+  m_userData = qv::internal::clone_user_data_store(other.m_userData);
+}
+
+QvBaseFCurve& QvBaseFCurve::operator=(const QvBaseFCurve& other) {
+  LockGuard target(*this);
+  if (&other == this) return *this;
+  LockGuard source(other);
+  QvFCurveUserDataStore* copy = qv::internal::clone_user_data_store(other.m_userData);
+  qv::internal::destroy_user_data_store(m_userData);
+  m_userData = copy;
+  return *this;
+}
+
+QvBaseFCurve::~QvBaseFCurve() {
+  LockGuard guard(*this);
+  qv::internal::destroy_user_data_store(m_userData);
+  m_userData = nullptr;
+}
+
+void QvBaseFCurve::Lock() const {
+  m_lock.LOCK();
+  ++m_lockCount;
+}
+
+void QvBaseFCurve::Unlock() const {
+  --m_lockCount;
+  m_lock.UNLOCK();
+}
+
+QvLong QvBaseFCurve::GetLockCount() const {
+  m_lock.LOCK();
+  const QvLong count = m_lockCount;
+  m_lock.UNLOCK();
+  return count;
+}
+
+namespace {
+
+QvULong read_u32(const unsigned char* p) {
+  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
+         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
+}
+
+// A body can only be looked at as far as the length word in front of it allows.
+QvULong body_length(const void* body) {
+  return read_u32(static_cast<const unsigned char*>(body) - 4);
+}
+
+QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
+  switch (kind) {
+#ifdef QV_HAVE_STD_FCURVE
+    case QvBaseFCurve::KindStandard:
+      return new QvStdFCurve(0.0, QvBaseFCurve::FSBezierCubic);
+#endif
+#ifdef QV_HAVE_BOOLEAN_FCURVE
+    case QvBaseFCurve::KindBoolean:
+      return new QvBooleanFCurve(1.0);
+#endif
+#ifdef QV_HAVE_INTEGER_FCURVE
+    case QvBaseFCurve::KindInteger:
+      return new QvIntegerFCurve(0.0);
+#endif
+#ifdef QV_HAVE_RAW_FCURVE
+    case QvBaseFCurve::KindRaw:
+      return new QvRawFCurve(0.0);
+#endif
+#ifdef QV_HAVE_QUAT_FCURVE
+    case QvBaseFCurve::KindQuat:
+      return new QvQuatFCurve(QvULong{0});
+#endif
+    default:
+      return nullptr;  // a kind whose class this build lacks reads as an unknown kind
+  }
+}
+
+}  // namespace
+
+QvULong QvBaseFCurve_GetBufferBodyLengthSize() { return 4; }
+
+QvBaseFCurve::Kind QvBaseFCurve_GetKindFromBufferBody(const void* body) {
+  if (body == nullptr) return static_cast<QvBaseFCurve::Kind>(0);
+  const QvULong length = body_length(body);
+  const unsigned char* bytes = static_cast<const unsigned char*>(body);
+  if (length < 4) return static_cast<QvBaseFCurve::Kind>(0);
+  // Only the oldest standard body has a version word below 256.
+  if (bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 0) return QvBaseFCurve::KindStandard;
+  if (length < 8) return static_cast<QvBaseFCurve::Kind>(0);
+  switch (read_u32(bytes + 4)) {
+    case QvBaseFCurve::KindBoolean:
+      return QvBaseFCurve::KindBoolean;
+    case QvBaseFCurve::KindInteger:
+      return QvBaseFCurve::KindInteger;
+    case QvBaseFCurve::KindStandard:
+      return QvBaseFCurve::KindStandard;
+    case QvBaseFCurve::KindRaw:
+      return QvBaseFCurve::KindRaw;
+    case QvBaseFCurve::KindQuat:
+      return QvBaseFCurve::KindQuat;
+    default:
+      return static_cast<QvBaseFCurve::Kind>(0);
+  }
+}
+
+QvLong QvBaseFCurve_CreateFromBufferBody(const void* body, QvBaseFCurve** out) {
+  if (body == nullptr || out == nullptr) return 0;
+  QvBaseFCurve* curve = nullptr;
+  try {
+    curve = make_curve_of_kind(QvBaseFCurve_GetKindFromBufferBody(body));
+    if (curve != nullptr && curve->ReadFromBufferBody(body) != 0) {
+      *out = curve;
+      return 1;
+    }
+  } catch (...) {
+    // Only the allocator throws; a failed load is reported as no curve.
+  }
+  delete curve;
+  *out = nullptr;
+  return 0;
+}

@@ -1,0 +1,8 @@
+list(APPEND QV_SOURCES
+  src/fcurve/QvBaseFCurve.cpp
+  src/fcurve/QvStdFCurve.cpp
+  src/fcurve/QvStdFCurveImpl.cpp
+  src/fcurve/QvStdFCurve_whole.cpp
+  src/fcurve/QvStdFCurve_edit.cpp
+  src/fcurve/QvStdFCurve_userdata.cpp
+)
