@@ -5,4 +5,5 @@ list(APPEND QV_SOURCES
   src/raster/aa_tables.cpp
   src/raster/aa_fill.cpp
   src/raster/soft_fill.cpp
+  src/raster/soft_fill_profile.cpp
   src/raster/stroke_outline.cpp)
