@@ -8,6 +8,7 @@
 #include <qv/QvShape2f.h>
 #include <qv/QvTypes.h>
 
+class QvBezierTool;
 class QvGC;
 class QvTransfo4;
 class QvRect2f;
@@ -267,6 +268,30 @@ class QV_API QvPath2f : public QvShape2f {
  private:
   friend class QvPath2fIter;
   friend std::ostream& operator<<(std::ostream& stream, const QvPath2f& path);
+
+  // Last index of the segment whose points after its first node begin at
+  // index, kept within the subpath that ends at last and to the largest degree.
+  QvULong SegmentEndWithin(QvULong index, QvULong start, QvULong last) const;
+  // Appends the subpath first..last, its first point included, mapped through
+  // transform when one is given; returns the number of points appended. When
+  // a segment ending at markNode is flattened, *mark gets the output index of
+  // its end.
+  QvULong FlattenSubpathInsideCriticalSection(QvULong first, QvULong last,
+                                              const QvTransfo4* transform, double tolerance,
+                                              QvBezierTool& tool, QvPoint2fArray& out,
+                                              QvULong markNode = 0, QvULong* mark = nullptr) const;
+  QvULong FlattenSubpathInsideCriticalSection(QvULong first, QvULong last,
+                                              const QvTransfo4& transform, double tolerance,
+                                              QvBezierTool& tool, QvPoint2dArray& out) const;
+  // Flatten and its untransformed form share this walk over all subpaths.
+  QvULong FlattenTagged(const QvTransfo4* transform, double tolerance, QvPoint2fArray& points,
+                        QvPointTagArray& tags) const;
+  QvULong TransformAndFlattenSubpaths(const QvTransfo4& transform, double tolerance,
+                                      bool closedOnly, QvPoint2dArray& points,
+                                      QvPointTagArray& tags) const;
+  // The common first step of the extent hit tests: whether the path's mapped
+  // extent can touch the given one at all.
+  bool MayTouchExtent(const QvGC& gc, const QvExtent2<float>& extent) const;
 
   QvLong CalculateFillParameters(const QvGC& gc, QvLong width, QvLong height, double scale,
                                  CFillContext& context, QvLong& xMin, QvLong& yMin,

@@ -2,6 +2,8 @@
 // bytes, G1 locks, copies, the iterator, printing and the stored body.
 #include <qv/QvPath2f.h>
 
+#include <qv/QvTransfo4.h>
+
 #include "shape/path_types.h"
 #include "shape/shape_buffer.h"
 
@@ -701,3 +703,50 @@ QvLong QvPath2fIter::GetNextSubPathIndices(QvULong& first, QvULong& last) {
 }
 
 void QvPath2fIter::Reset() { m_next = 0; }
+
+// ---------------------------------------------------------------------------
+// Moving the whole path
+
+QvShape2f& QvPath2f::Translate(const QvPoint2<float>& offset) {
+  LockGuard guard(*this);
+  for (QvULong i = 0; i < m_points.size; ++i) m_points[i] += offset;
+  return *this;
+}
+
+QvShape2f& QvPath2f::Rotate(double angle, const QvPoint2<float>& center) {
+  QvTransfo4 transform;
+  transform.RotateXY(angle, QvPoint2<double>(center.x, center.y));
+  return Transform(transform);
+}
+
+QvShape2f& QvPath2f::Scale(double sx, double sy, const QvPoint2<float>& center) {
+  QvTransfo4 transform;
+  transform.ScaleXY(sx, sy, QvPoint2<double>(center.x, center.y));
+  return Transform(transform);
+}
+
+// x moves by factor times the height above the line y = origin.
+QvShape2f& QvPath2f::ShearX(double factor, double origin) {
+  LockGuard guard(*this);
+  for (QvULong i = 0; i < m_points.size; ++i) {
+    QvPoint2<float>& p = m_points[i];
+    p.x = static_cast<float>(static_cast<double>(p.x) + factor * (static_cast<double>(p.y) - origin));
+  }
+  return *this;
+}
+
+// y moves by factor times the distance right of the line x = origin.
+QvShape2f& QvPath2f::ShearY(double factor, double origin) {
+  LockGuard guard(*this);
+  for (QvULong i = 0; i < m_points.size; ++i) {
+    QvPoint2<float>& p = m_points[i];
+    p.y = static_cast<float>(static_cast<double>(p.y) + factor * (static_cast<double>(p.x) - origin));
+  }
+  return *this;
+}
+
+QvShape2f& QvPath2f::Transform(const QvTransfo4& transform) {
+  LockGuard guard(*this);
+  if (m_points.size) transform.MapInPlace(m_points.data, m_points.size);
+  return *this;
+}
