@@ -21,18 +21,12 @@ namespace {
 
 using P = QvPoint2<float>;
 
-QvPath2f rect_path(float x0, float y0, float x1, float y1, bool reversed = false) {
+QvPath2f rect_path(float x0, float y0, float x1, float y1) {
   QvPath2f path(8);
   path.Moveto(P(x0, y0));
-  if (reversed) {
-    path.Lineto(P(x0, y1));
-    path.Lineto(P(x1, y1));
-    path.Lineto(P(x1, y0));
-  } else {
-    path.Lineto(P(x1, y0));
-    path.Lineto(P(x1, y1));
-    path.Lineto(P(x0, y1));
-  }
+  path.Lineto(P(x1, y0));
+  path.Lineto(P(x1, y1));
+  path.Lineto(P(x0, y1));
   path.Lineto(P(x0, y0));
   path.Closeto();
   return path;
