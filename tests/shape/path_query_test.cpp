@@ -171,6 +171,16 @@ TEST(PathHit, OutlineAndSamplesAgainstTheBox) {
   for (const Case& c : cases)
     EXPECT_EQ(c.want, path.IsIntersectingExtent(QvGC(), c.extent, c.skip)) << c.name;
 
+  // The filled shape reaches a box wholly inside it; one outside or in a hole it does not.
+  QvPath2f ring(path);
+  build_square(ring, 3, 3, 4);  // a hole under the even-odd rule
+  QvGC even_odd;
+  even_odd.SetFillRule(QvGC::EvenOddRule);
+  EXPECT_EQ(1, path.IsInteriorIntersectingExtent(even_odd, box(3, 3, 7, 7), 0));
+  EXPECT_EQ(0, ring.IsInteriorIntersectingExtent(even_odd, box(4, 4, 6, 6), 0));
+  EXPECT_EQ(1, ring.IsInteriorIntersectingExtent(even_odd, box(1, 1, 2, 2), 0));
+  EXPECT_EQ(0, path.IsInteriorIntersectingExtent(even_odd, box(12, 1, 13, 2), 1));
+
   QvTransfo4 shift;
   shift.Translate(100.0, 0.0, 0.0);
   QvGC gc;
