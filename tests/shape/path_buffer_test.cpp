@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -42,9 +43,12 @@ TEST(PathBuffer, ExactBytesAndRoundTrip) {
   EXPECT_EQ(want.size(), path.WriteToBuffer(got.data()));
   EXPECT_EQ(want, got);
 
-  QvPath2f back;
-  back.Moveto(P(5, 5));
-  ASSERT_EQ(want.size() - 4, back.ReadFromBufferBody(got.data() + 4));
+  QvULong read = 0;
+  std::unique_ptr<QvShape2f> shape(QvShape2f_CreateFromBufferBody(got.data() + 4, read));
+  ASSERT_NE(nullptr, shape);
+  EXPECT_EQ(want.size() - QvShape2f_GetBufferBodyLengthSize(), read);
+  QvPath2f& back = *static_cast<QvPath2f*>(shape->QueryShapeKind(QvShape2f::KindPath));
+  EXPECT_EQ(nullptr, shape->QueryShapeKind(QvShape2f::KindPathProp));
   EXPECT_EQ(0, back.IsG1LockOn(0));
   EXPECT_EQ(0, back.IsActive());
   EXPECT_EQ(want, qv_test::stored(back));

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "shape/shape_test_support.h"
@@ -43,20 +42,6 @@ TEST(ShapeFrame, KindWordAndFactory) {
     EXPECT_EQ(0u, read);
   }
   EXPECT_EQ(QvShape2f::KindNone, QvShape2f_GetKindFromBufferBody(nullptr));
-}
-
-TEST(ShapeFrame, FactoryMakesTheKindItReads) {
-  QvPath2f path;
-  qv_test::build_mixed(path);
-  const std::vector<unsigned char> bytes = qv_test::stored(path);
-  QvULong read = 0;
-  std::unique_ptr<QvShape2f> shape(QvShape2f_CreateFromBufferBody(bytes.data() + 4, read));
-  ASSERT_NE(nullptr, shape);
-  EXPECT_EQ(bytes.size() - QvShape2f_GetBufferBodyLengthSize(), read);
-  EXPECT_EQ(bytes, qv_test::stored(*shape));
-  // The downcast is exact by kind.
-  EXPECT_EQ(shape.get(), shape->QueryShapeKind(QvShape2f::KindPath));
-  EXPECT_EQ(nullptr, shape->QueryShapeKind(QvShape2f::KindPathProp));
 }
 
 TEST(ShapeFrame, LockCountCountsHoldsAndIsNotCopied) {
