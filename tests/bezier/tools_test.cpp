@@ -196,7 +196,7 @@ TEST(BezierLocate, RandomPointsNearCurves) {
     QvPoint2<double> p[4];
     QvPoint2<float> pf[4];
     QvPoint3<double> p3[4];
-    for (int i = 0; i < 4; ++i) {
+    for (size_t i = 0; i < 4; ++i) {
       ctrl[i] = {std::round(ctrl[i].x), std::round(ctrl[i].y)};
       p[i] = QvPoint2<double>(ctrl[i].x, ctrl[i].y);
       pf[i] = p[i].ToFloat();
@@ -268,7 +268,7 @@ TEST(BezierTightExtent, BoundsTheCurveCloserThanItsPolygon) {
     const std::vector<P2> ctrl = bezier_test::random_polygon(rng, 4, 10);
     QvPoint2<double> p[4];
     QvExtent2<double> polygon, tight;
-    for (int i = 0; i < 4; ++i) p[i] = QvPoint2<double>(ctrl[i].x, ctrl[i].y), polygon.Augment(p[i]);
+    for (size_t i = 0; i < 4; ++i) p[i] = QvPoint2<double>(ctrl[i].x, ctrl[i].y), polygon.Augment(p[i]);
     QvBezierTool_AugmentExtentWithCubic2dTightExtent(tight, p, 0);
     EXPECT_TRUE(polygon.min.x <= tight.min.x && tight.max.x <= polygon.max.x) << trial;
     EXPECT_TRUE(polygon.min.y <= tight.min.y && tight.max.y <= polygon.max.y) << trial;
