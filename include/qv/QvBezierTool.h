@@ -26,7 +26,7 @@ class QV_API QvBezierTool {
   // the last control point, whose end points are copied exactly as given. Returns the number of
   // points appended. A degree of 0 or 1 appends the end points only (degree 0 appends its one point
   // twice). A degree above MaxDegreeForThisImplementation, or a null pointer, appends nothing and
-  // returns 0. out must not alias points.
+  // returns 0. The control points may lie in out itself.
   QvULong Flatten(const QvPoint2<float>* points, QvULong first, QvULong degree, double tolerance,
                   QvPoint2fArray* out, QvLong skipFirst);
   QvULong Flatten(const QvPoint2<double>* points, QvULong first, QvULong degree, double tolerance,
@@ -110,7 +110,7 @@ class QV_API QvBezierTool {
 
 // Free cubic tools. A pointer to points stands for a block of exactly four control points (P[0] to
 // P[3]); skipFirst, when nonzero, leaves out P[0], which the caller has already emitted. The Flatten
-// functions append to out and return the number of points appended; out must not alias the input.
+// functions append to out and return the number of points appended; the input may lie in out.
 
 // Caps a leaf at 2^10 steps, so that one leaf never gives more than 1023 inner points.
 QV_API QvULong QvBezierTool_FlattenCubic2d(const QvPoint2<double>* points, double tolerance,
@@ -153,7 +153,7 @@ QV_API QvLong QvBezierTool_LocatePoint3d(const QvPoint3<double>* points, double 
                                          double& parameter);
 
 // Splits the cubic p at t into out[0..4]: the halves are p[0], out[0], out[1], out[2] and out[2],
-// out[3], out[4], p[3]. out must hold five points and must not alias p.
+// out[3], out[4], p[3]. out must hold five points; it may overlap p.
 QV_API void QvBezierTool_SplitCubic3d(const QvPoint3<double>* p, QvPoint3<double>* out, double t);
 
 // Grow extent by the control points of the cubic cut into four at midpoints: a bound by the convex

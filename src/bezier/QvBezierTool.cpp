@@ -41,10 +41,13 @@ QvULong QvBezierTool::MaxDegreeForThisImplementation() { return kMaxBezierDegree
 QvULong QvBezierTool::Flatten(const QvPoint2<float>* points, QvULong first, QvULong degree,
                               double tolerance, QvPoint2fArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr || degree > kMaxBezierDegree) return 0;
+  // Copies first: out may grow while the end points are still to be written.
   const QvPoint2<float>* p = points + first;
+  const QvPoint2<float> first_point = p[0];
+  const QvPoint2<float> last_point = p[degree];
   if (degree < 2) {
-    if (!skipFirst) out->Add(p[0]);
-    out->Add(p[degree]);
+    if (!skipFirst) out->Add(first_point);
+    out->Add(last_point);
     return skipFirst ? 1 : 2;
   }
   m_degree = degree;
@@ -59,13 +62,13 @@ QvULong QvBezierTool::Flatten(const QvPoint2<float>* points, QvULong first, QvUL
   ContextInitOne(block);
   // The end points go out exactly as given: only what the engine computes is rounded.
   if (!skipFirst) {
-    out->Add(p[0]);
+    out->Add(first_point);
     ++m_numEmitted;
   }
   const QvULong depth = DepthPMSOFD();
   m_maxLog2Steps = qv::internal::kLog2StepBudget - depth;
   PMSOFD(block, depth);
-  out->Add(p[degree]);
+  out->Add(last_point);
   ++m_numEmitted;
   return m_numEmitted;
 }
@@ -74,9 +77,11 @@ QvULong QvBezierTool::Flatten(const QvPoint2<double>* points, QvULong first, QvU
                               double tolerance, QvPoint2dArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr || degree > kMaxBezierDegree) return 0;
   const QvPoint2<double>* p = points + first;
+  const QvPoint2<double> first_point = p[0];
+  const QvPoint2<double> last_point = p[degree];
   if (degree < 2) {
-    if (!skipFirst) out->Add(p[0]);
-    out->Add(p[degree]);
+    if (!skipFirst) out->Add(first_point);
+    out->Add(last_point);
     return skipFirst ? 1 : 2;
   }
   m_degree = degree;
@@ -90,13 +95,13 @@ QvULong QvBezierTool::Flatten(const QvPoint2<double>* points, QvULong first, QvU
   for (QvULong i = 0; i <= degree; ++i) block[i] = p[i];
   ContextInitOne(block);
   if (!skipFirst) {
-    out->Add(p[0]);
+    out->Add(first_point);
     ++m_numEmitted;
   }
   const QvULong depth = DepthPMSOFD();
   m_maxLog2Steps = qv::internal::kLog2StepBudget - depth;
   PMSOFD(block, depth);
-  out->Add(p[degree]);
+  out->Add(last_point);
   ++m_numEmitted;
   return m_numEmitted;
 }

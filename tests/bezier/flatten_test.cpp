@@ -189,6 +189,18 @@ TEST(BezierFlatten, TrivialDegreesAndBadInput) {
     EXPECT_EQ(2u, QvBezierTool_FlattenCubic2d(c, tol, &a, 0));
     EXPECT_EQ(2u, tool.Flatten(c, 0, 3, tol, &b, 0));
   }
+  // Control points that live in the output array, which grows under them.
+  QvPoint2dArray copy, self(c, 4);
+  QvBezierTool_FlattenCubic2d(c, 0.5, &copy, 0);
+  QvBezierTool_FlattenCubic2d(self.data, 0.5, &self, 0);
+  ASSERT_EQ(copy.GetSize() + 4, self.GetSize());
+  EXPECT_EQ(copy[copy.GetSize() - 1], self[self.GetSize() - 1]);
+  const QvPoint2<float> arch[3] = {{0, 0}, {50, 100}, {100, 0}};
+  QvPoint2fArray own(arch, 3), own_copy;
+  const QvULong own_count = tool.Flatten(own.data, 0, 2, 1e-3, &own, 1);
+  EXPECT_EQ(tool.Flatten(arch, 0, 2, 1e-3, &own_copy, 1), own_count);
+  EXPECT_GT(own_count, 100u);
+  EXPECT_EQ(own_copy[own_count - 1], own[own.GetSize() - 1]);
   QvPoint2dArray tiny;
   EXPECT_LE(tool.Flatten(c, 0, 3, 1e-300, &tiny, 0), (1u << 22) + 2u);
   const QvPoint2<double> nan_curve[4] = {{0, 0}, {std::nan(""), 1}, {2, 2}, {3, 0}};
