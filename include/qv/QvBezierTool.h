@@ -109,8 +109,9 @@ class QV_API QvBezierTool {
 };
 
 // Free cubic tools. A pointer to points stands for a block of exactly four control points (P[0] to
-// P[3]); skipFirst, when nonzero, leaves out P[0], which the caller has already emitted. The Flatten
-// functions append to out and return the number of points appended; the input may lie in out.
+// P[3]); skipFirst, when nonzero, leaves out P[0], which the caller has already emitted. The
+// Flatten functions append to out and return the number of points appended; the input may lie in
+// out.
 
 // Caps a leaf at 2^10 steps, so that one leaf never gives more than 1023 inner points.
 QV_API QvULong QvBezierTool_FlattenCubic2d(const QvPoint2<double>* points, double tolerance,
@@ -128,8 +129,8 @@ QV_API QvULong QvBezierTool_FlattenGamma(const QvPoint2<double>* points, double 
 
 // Flatten and clip to extent, appending to three parallel arrays: the points, a tag each (TagFirst
 // starts a run, TagLast ends one) and a flag each (1 for a drawn point; a run's last point gets 0
-// when a new curve broke the run and 1 when clipping did). The three arrays must have equal sizes on
-// entry; otherwise, or with a null pointer, nothing is written.
+// when a new curve broke the run and 1 when clipping did). The three arrays must have equal sizes
+// on entry; otherwise, or with a null pointer, nothing is written.
 QV_API void QvBezierTool_ClipAndFlattenCubic2d(const QvPoint2<double>* points, double tolerance,
                                                const QvExtent2<double>& extent,
                                                QvPoint2dArray* outPoints, QvPointTagArray* outTags,

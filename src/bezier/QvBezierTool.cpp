@@ -1,8 +1,8 @@
 #include <qv/QvBezierTool.h>
 
-#include "bezier/bezier_core.h"
-
 #include <cmath>
+
+#include "bezier/bezier_core.h"
 
 namespace {
 
@@ -260,11 +260,10 @@ void QvBezierTool::OFDInnerLoop() {
                              [out](const QvPoint2<double>& p) { out->Add(p); });
   } else {
     QvPoint2fArray* out = m_outFloat;
-    walk_forward_differences(start, m_forwardDifferences, m_degree, count,
-                             [out](const QvPoint2<double>& p) {
-                               out->Add(QvPoint2<float>(static_cast<float>(p.x),
-                                                        static_cast<float>(p.y)));
-                             });
+    walk_forward_differences(
+        start, m_forwardDifferences, m_degree, count, [out](const QvPoint2<double>& p) {
+          out->Add(QvPoint2<float>(static_cast<float>(p.x), static_cast<float>(p.y)));
+        });
   }
   m_numEmitted += count;
 }

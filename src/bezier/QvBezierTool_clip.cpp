@@ -1,10 +1,10 @@
 #include <qv/QvBezierTool.h>
 
-#include "bezier/bezier_core.h"
-#include "bezier/clip_segment.h"
-
 #include <algorithm>
 #include <cmath>
+
+#include "bezier/bezier_core.h"
+#include "bezier/clip_segment.h"
 
 namespace qv::internal {
 

@@ -10,9 +10,11 @@ using qv::internal::kLog2StepBudget;
 // The hand-folded cubic form of the flattening engine: the same depth and step rules as the
 // general degree, with the conversion constants written out. Depth is at most 10, so the control
 // polygons of the recursion all live on the stack.
-template <class P, class Sink> class CubicFlattener {
+template <class P, class Sink>
+class CubicFlattener {
  public:
-  CubicFlattener(double q, QvULong max_log2, Sink sink) : m_q(q), m_maxLog2(max_log2), m_sink(sink) {}
+  CubicFlattener(double q, QvULong max_log2, Sink sink)
+      : m_q(q), m_maxLog2(max_log2), m_sink(sink) {}
 
   void Run(const P* p, QvULong depth) {
     if (depth == 0) {
@@ -119,11 +121,13 @@ void QvBezierTool_SplitCubic3d(const QvPoint3<double>* points, QvPoint3<double>*
 
 namespace {
 
-template <class T> QvPoint2<T> half_way(const QvPoint2<T>& a, const QvPoint2<T>& b) {
+template <class T>
+QvPoint2<T> half_way(const QvPoint2<T>& a, const QvPoint2<T>& b) {
   return QvPoint2<T>(static_cast<T>((a.x + b.x) * T(0.5)), static_cast<T>((a.y + b.y) * T(0.5)));
 }
 
-template <class T> void split_half(const QvPoint2<T>* p, QvPoint2<T>* left, QvPoint2<T>* right) {
+template <class T>
+void split_half(const QvPoint2<T>* p, QvPoint2<T>* left, QvPoint2<T>* right) {
   const QvPoint2<T> p01 = half_way(p[0], p[1]);
   const QvPoint2<T> p12 = half_way(p[1], p[2]);
   const QvPoint2<T> p23 = half_way(p[2], p[3]);

@@ -15,11 +15,12 @@ bool valid_range(QvULong points_size, QvULong lengths_size, QvULong first, QvULo
 }
 
 // The one-curve fits: no split, and the candidate is checked against the samples by equal arc
-// length after flattening at half the tolerance, so that the flattening itself uses up little of it.
+// length after flattening at half the tolerance, so that the flattening itself uses up little of
+// it.
 QvLong single_curve_fit(QvBezierTool& tool, const QvPoint2fArray& points,
-                               const QvDoubleArray& lengths, QvULong first, QvULong last,
-                               const FitProblem& problem, double tolerance, QvPoint2<float>* out,
-                               QvULong& failIndex) {
+                        const QvDoubleArray& lengths, QvULong first, QvULong last,
+                        const FitProblem& problem, double tolerance, QvPoint2<float>* out,
+                        QvULong& failIndex) {
   const QvULong n = problem.degree;
   const QvULong min_degree =
       problem.start == EndCondition::G1 && problem.end == EndCondition::G1 ? 3 : 2;

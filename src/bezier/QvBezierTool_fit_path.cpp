@@ -5,8 +5,7 @@ QvULong QvBezierTool::OpenFit(const QvPoint2fArray&, double, QvULong, double, Qv
   return 0;
 }
 
-QvULong QvBezierTool::ClosedFit(const QvPoint2fArray&, double, QvULong, double, QvLong,
-                                QvPath2f*) {
+QvULong QvBezierTool::ClosedFit(const QvPoint2fArray&, double, QvULong, double, QvLong, QvPath2f*) {
   return 0;
 }
 

@@ -37,7 +37,8 @@ QvULong QvBezierTool_FlattenGamma(const QvPoint2<double>* points, double /*toler
     for (double u = u1 + dt; u > u1 && u < u2 && emitted < kMaxGammaInnerPoints; u += dt) {
       const double y = p[0].y - std::pow(u, g) * h;
       const double x = w * u + p[0].x;
-      out->Add(static_cast<double>(static_cast<float>(x)), static_cast<double>(static_cast<float>(y)));
+      out->Add(static_cast<double>(static_cast<float>(x)),
+               static_cast<double>(static_cast<float>(y)));
       ++emitted;
     }
   }

@@ -53,7 +53,8 @@ FitSolution solve(const Array& points, const QvDoubleArray& lengths, QvULong fir
       vp[j] = vp[j - 1] * v;
     }
     double b[kMaxFitDegree + 1];
-    for (QvULong j = 0; j <= n; ++j) b[j] = static_cast<double>(kBinomial[n][j]) * up[j] * vp[n - j];
+    for (QvULong j = 0; j <= n; ++j)
+      b[j] = static_cast<double>(kBinomial[n][j]) * up[j] * vp[n - j];
     const double px = points[first + i].x;
     const double py = points[first + i].y;
     for (QvULong r = 0; r <= n; ++r) {
@@ -108,7 +109,8 @@ FitSolution solve(const Array& points, const QvDoubleArray& lengths, QvULong fir
   return s;
 }
 
-template <class Array> void lengths_of(const Array& points, QvDoubleArray& lengths) {
+template <class Array>
+void lengths_of(const Array& points, QvDoubleArray& lengths) {
   lengths.Chop(0);
   double total = 0.0;
   const QvULong size = points.GetSize();

@@ -41,7 +41,8 @@ inline double dist_to_segment(P2 p, P2 a, P2 b) {
 
 inline double dist_to_polyline(P2 p, const std::vector<P2>& poly) {
   double best = poly.empty() ? std::numeric_limits<double>::infinity() : dist(p, poly[0]);
-  for (size_t i = 0; i + 1 < poly.size(); ++i) best = std::min(best, dist_to_segment(p, poly[i], poly[i + 1]));
+  for (size_t i = 0; i + 1 < poly.size(); ++i)
+    best = std::min(best, dist_to_segment(p, poly[i], poly[i + 1]));
   return best;
 }
 
@@ -60,7 +61,10 @@ inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl, double* at = null
     double lo = lo_i / double(n), hi = std::min(1.0, double(i + 1) / double(n));
     for (int it = 0; it < 80; ++it) {
       const double a = hi - g * (hi - lo), b = lo + g * (hi - lo);
-      if (dist(p, eval(ctrl, a)) < dist(p, eval(ctrl, b))) hi = b; else lo = a;
+      if (dist(p, eval(ctrl, a)) < dist(p, eval(ctrl, b)))
+        hi = b;
+      else
+        lo = a;
     }
     const double t = (lo + hi) / 2;
     const double dt = std::min(d[i], dist(p, eval(ctrl, t)));

@@ -1,12 +1,11 @@
-#include <qv/QvBezierTool.h>
-
-#include "bezier/fit_core.h"
-#include "bezier_reference.h"
-
 #include <gtest/gtest.h>
+#include <qv/QvBezierTool.h>
 
 #include <cmath>
 #include <vector>
+
+#include "bezier/fit_core.h"
+#include "bezier_reference.h"
 
 using bezier_test::P2;
 
@@ -47,18 +46,31 @@ TEST(BezierFit, LineIsReproduced) {
   const Samples s(line_samples(10, 1.0, 2.0));
   const QvPoint2<double> along(1 / std::sqrt(5.0), 2 / std::sqrt(5.0));
   QvBezierTool tool;
-  struct Case { const char* name; QvULong degree; int form; };
-  const Case cases[] = {{"C0C0", 3, 0}, {"C0C0", 5, 0}, {"G1C0", 3, 1}, {"C0G1", 4, 2}, {"G1G1", 3, 3}, {"G1G1", 8, 3}};
+  struct Case {
+    const char* name;
+    QvULong degree;
+    int form;
+  };
+  const Case cases[] = {{"C0C0", 3, 0}, {"C0C0", 5, 0}, {"G1C0", 3, 1},
+                        {"C0G1", 4, 2}, {"G1G1", 3, 3}, {"G1G1", 8, 3}};
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.name << " degree " << c.degree);
     QvPoint2<float> out[9];
     QvULong fail = 77;
     QvLong ok = 0;
     switch (c.form) {
-      case 0: ok = tool.SingleCurveFitC0C0(s.points, s.lengths, 0, 9, 0.01, c.degree, out, fail); break;
-      case 1: ok = tool.SingleCurveFitG1C0(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail); break;
-      case 2: ok = tool.SingleCurveFitC0G1(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail); break;
-      default: ok = tool.SingleCurveFitG1G1(s.points, s.lengths, 0, 9, along, along, 0.01, c.degree, out, fail);
+      case 0:
+        ok = tool.SingleCurveFitC0C0(s.points, s.lengths, 0, 9, 0.01, c.degree, out, fail);
+        break;
+      case 1:
+        ok = tool.SingleCurveFitG1C0(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail);
+        break;
+      case 2:
+        ok = tool.SingleCurveFitC0G1(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail);
+        break;
+      default:
+        ok = tool.SingleCurveFitG1G1(s.points, s.lengths, 0, 9, along, along, 0.01, c.degree, out,
+                                     fail);
     }
     ASSERT_EQ(1, ok);
     EXPECT_EQ(77u, fail);
@@ -83,11 +95,13 @@ TEST(BezierFit, FailureIndices) {
   QvBezierTool tool;
   QvPoint2<float> out[9];
   QvULong fail = 0;
-  EXPECT_EQ(0, tool.SingleCurveFitG1G1(line.points, line.lengths, 2, 7, {-1, 0}, {1, 0}, 0.1, 3, out, fail));
+  EXPECT_EQ(0, tool.SingleCurveFitG1G1(line.points, line.lengths, 2, 7, {-1, 0}, {1, 0}, 0.1, 3,
+                                       out, fail));
   EXPECT_EQ(4u, fail);
 
   std::vector<P2> zigzag;
-  for (int i = 0; i < 13; ++i) zigzag.push_back({double(i), (i % 4 == 1) ? 1.0 : (i % 4 == 3 ? -1.0 : 0.0)});
+  for (int i = 0; i < 13; ++i)
+    zigzag.push_back({double(i), (i % 4 == 1) ? 1.0 : (i % 4 == 3 ? -1.0 : 0.0)});
   const Samples z(zigzag);
   ASSERT_EQ(0, tool.SingleCurveFitC0C0(z.points, z.lengths, 0, 12, 0.2, 3, out, fail));
   ASSERT_GT(fail, 0u);
@@ -99,6 +113,7 @@ TEST(BezierFit, FailureIndices) {
 
   fail = 99;
   EXPECT_EQ(0, tool.SingleCurveFitC0C0(z.points, z.lengths, 0, 13, 5.0, 3, out, fail));
-  EXPECT_EQ(0, tool.SingleCurveFitG1G1(z.points, z.lengths, 0, 12, {1, 0}, {1, 0}, 5.0, 2, out, fail));
+  EXPECT_EQ(0,
+            tool.SingleCurveFitG1G1(z.points, z.lengths, 0, 12, {1, 0}, {1, 0}, 5.0, 2, out, fail));
   EXPECT_EQ(99u, fail);
 }

@@ -1,13 +1,12 @@
-#include <qv/QvBezierTool.h>
-
-#include "bezier/bezier_core.h"
-#include "bezier_reference.h"
-
 #include <gtest/gtest.h>
+#include <qv/QvBezierTool.h>
 
 #include <cmath>
 #include <limits>
 #include <vector>
+
+#include "bezier/bezier_core.h"
+#include "bezier_reference.h"
 
 using bezier_test::P2;
 
@@ -58,13 +57,26 @@ TEST(BezierCore, ConversionTable) {
 }
 
 TEST(BezierCore, DepthAndStepCounts) {
-  struct Case { double value; QvULong depth, steps; };
+  struct Case {
+    double value;
+    QvULong depth, steps;
+  };
   const Case cases[] = {
-      {0.0, 0, 0},      {0.49, 0, 0},     {0.5, 0, 1},  // w = 1 empties after one shift
-      {3.4, 0, 1},      {3.5, 0, 2},      {7.4, 0, 2},   // |T3| = 7.4 at tolerance 1: depth 0
-      {8.0, 1, 2},      {63.4, 1, 3},     {63.5, 2, 4},  {1e6, 6, 10},
-      {2147483646.0, 10, 16},  {3e9, 10, 16},  // the first past 31 bits counts down by quarters
-      {-5.0, 0, 0},     {std::nan(""), 0, 0}, {std::numeric_limits<double>::infinity(), 0, 0},
+      {0.0, 0, 0},
+      {0.49, 0, 0},
+      {0.5, 0, 1},  // w = 1 empties after one shift
+      {3.4, 0, 1},
+      {3.5, 0, 2},
+      {7.4, 0, 2},  // |T3| = 7.4 at tolerance 1: depth 0
+      {8.0, 1, 2},
+      {63.4, 1, 3},
+      {63.5, 2, 4},
+      {1e6, 6, 10},
+      {2147483646.0, 10, 16},
+      {3e9, 10, 16},  // the first past 31 bits counts down by quarters
+      {-5.0, 0, 0},
+      {std::nan(""), 0, 0},
+      {std::numeric_limits<double>::infinity(), 0, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.value);
@@ -114,7 +126,10 @@ TEST(BezierFlatten, StraightUnevenCubicGivesMidpointsOnly) {
 }
 
 TEST(BezierFlatten, DepthFollowsThirdDifference) {
-  struct Case { double end_x; QvULong count; };
+  struct Case {
+    double end_x;
+    QvULong count;
+  };
   const Case cases[] = {{7.4, 2}, {8.0, 3}, {63.0, 3}, {64.0, 5}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.end_x);
@@ -229,7 +244,8 @@ TEST(BezierFlatten, RandomCurvesOfEveryDegree) {
       for (const P2& p : poly) ASSERT_LT(bezier_test::dist_to_curve(p, ctrl), 1e-9);
       if (trial >= 6) continue;  // hooks deviate along their chords, which the count ignores
       for (int i = 0; i <= 1000; ++i)
-        ASSERT_LE(bezier_test::dist_to_polyline(bezier_test::eval(ctrl, i / 1000.0), poly), 1.25 * tol);
+        ASSERT_LE(bezier_test::dist_to_polyline(bezier_test::eval(ctrl, i / 1000.0), poly),
+                  1.25 * tol);
     }
   }
 }
