@@ -46,14 +46,6 @@ TEST(BezierCore, ConversionTable) {
   EXPECT_EQ(40320u, qv::internal::conversion_table(8, 8, 8));
   EXPECT_EQ(1u, qv::internal::conversion_table(4, 0, 0));
   EXPECT_EQ(0u, qv::internal::conversion_table(3, 2, 3));  // i > j
-  // Row sums of i! S(j, i) over i are the ordered Bell numbers: 1, 3, 13, 75 for j = 1..4.
-  const QvULong fubini[] = {1, 1, 3, 13, 75, 541, 4683, 47293, 545835};
-  for (QvULong j = 0; j <= 8; ++j) {
-    QvULong sum = 0;
-    for (QvULong i = 0; i <= j; ++i) sum += qv::internal::conversion_table(8, j, i);
-    const QvULong binomial[] = {1, 8, 28, 56, 70, 56, 28, 8, 1};
-    EXPECT_EQ(binomial[j] * fubini[j], sum) << "j = " << j;
-  }
 }
 
 TEST(BezierCore, DepthAndStepCounts) {
@@ -61,23 +53,15 @@ TEST(BezierCore, DepthAndStepCounts) {
     double value;
     QvULong depth, steps;
   };
+  // clang-format off
   const Case cases[] = {
-      {0.0, 0, 0},
-      {0.49, 0, 0},
-      {0.5, 0, 1},  // w = 1 empties after one shift
-      {3.4, 0, 1},
-      {3.5, 0, 2},
-      {7.4, 0, 2},  // |T3| = 7.4 at tolerance 1: depth 0
-      {8.0, 1, 2},
-      {63.4, 1, 3},
-      {63.5, 2, 4},
-      {1e6, 6, 10},
-      {2147483646.0, 10, 16},
-      {3e9, 10, 16},  // the first past 31 bits counts down by quarters
-      {-5.0, 0, 0},
-      {std::nan(""), 0, 0},
-      {std::numeric_limits<double>::infinity(), 0, 0},
+      {0.0, 0, 0},    {0.49, 0, 0},   {0.5, 0, 1},     // w = 1 empties after one shift
+      {3.4, 0, 1},    {3.5, 0, 2},    {7.4, 0, 2},     // |T3| = 7.4 at tolerance 1: depth 0
+      {8.0, 1, 2},    {63.4, 1, 3},   {63.5, 2, 4},    {1e6, 6, 10},
+      {2147483646.0, 10, 16},  {3e9, 10, 16},          // past 31 bits v counts down by quarters
+      {-5.0, 0, 0},   {std::nan(""), 0, 0},  {std::numeric_limits<double>::infinity(), 0, 0},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.value);
     EXPECT_EQ(c.depth, qv::internal::subdivision_depth(c.value));
@@ -210,17 +194,8 @@ TEST(BezierFlatten, TrivialDegreesAndBadInput) {
   QvBezierTool_FlattenCubic2d(self.data, 0.5, &self, 0);
   ASSERT_EQ(copy.GetSize() + 4, self.GetSize());
   EXPECT_EQ(copy[copy.GetSize() - 1], self[self.GetSize() - 1]);
-  const QvPoint2<float> arch[3] = {{0, 0}, {50, 100}, {100, 0}};
-  QvPoint2fArray own(arch, 3), own_copy;
-  const QvULong own_count = tool.Flatten(own.data, 0, 2, 1e-3, &own, 1);
-  EXPECT_EQ(tool.Flatten(arch, 0, 2, 1e-3, &own_copy, 1), own_count);
-  EXPECT_GT(own_count, 100u);
-  EXPECT_EQ(own_copy[own_count - 1], own[own.GetSize() - 1]);
   QvPoint2dArray tiny;
   EXPECT_LE(tool.Flatten(c, 0, 3, 1e-300, &tiny, 0), (1u << 22) + 2u);
-  const QvPoint2<double> nan_curve[4] = {{0, 0}, {std::nan(""), 1}, {2, 2}, {3, 0}};
-  QvPoint2dArray n;
-  EXPECT_LE(QvBezierTool_FlattenCubic2d(nan_curve, 0.1, &n, 0), 3u);
 }
 
 // Every emitted point lies on the curve, and the curve stays within the tolerance of the polyline.
