@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <qv/QvBezierTool.h>
+#include <qv/QvPath2f.h>
 
 #include <cmath>
 #include <vector>
@@ -25,6 +26,18 @@ std::vector<P2> line_samples(int count, double dx, double dy) {
   std::vector<P2> v;
   for (int i = 0; i < count; ++i) v.push_back({i * dx, i * dy});
   return v;
+}
+
+// A path of cubics only, evaluated densely.
+std::vector<P2> dense_cubics(const QvPath2f& path) {
+  std::vector<P2> out;
+  QvPoint2<float> p;
+  for (QvULong j = 0; j + 3 < path.NumPoints(); j += 3) {
+    std::vector<P2> ctrl;
+    for (QvULong k = j; k <= j + 3; ++k) path.GetPoint(k, p), ctrl.push_back({p.x, p.y});
+    for (int i = 0; i <= 64; ++i) out.push_back(bezier_test::eval(ctrl, i / 64.0));
+  }
+  return out;
 }
 
 }  // namespace
@@ -116,4 +129,69 @@ TEST(BezierFit, FailureIndices) {
   EXPECT_EQ(0,
             tool.SingleCurveFitG1G1(z.points, z.lengths, 0, 12, {1, 0}, {1, 0}, 5.0, 2, out, fail));
   EXPECT_EQ(99u, fail);
+}
+
+TEST(BezierFit, OpenAndClosedSmallCases) {
+  struct Case {
+    std::vector<P2> samples;
+    bool closed;
+    QvULong result;
+    QvULong points;
+  };
+  const Case cases[] = {
+      {{{1, 1}, {1, 1}}, false, 1, 1},          // a repeat is dropped: one Moveto
+      {{{0, 0}, {4, 0}}, false, 1, 2},          // Moveto, Lineto
+      {{{0, 0}, {4, 0}}, true, 2, 3},           // Moveto, Lineto, Lineto back, Closeto
+      {{{0, 0}, {2, 2}, {4, 0}}, false, 1, 4},  // a cubic with both handles at the middle sample
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.samples.size() << (c.closed ? " closed" : " open"));
+    QvPoint2fArray pts;
+    for (const P2& p : c.samples) pts.Add(p.x, p.y);
+    QvPath2f path;
+    QvBezierTool tool;
+    const QvULong n = c.closed ? tool.ClosedFit(pts, 0.25, 3, 0.1, 0, &path)
+                               : tool.OpenFit(pts, 0.25, 3, 0.1, 0, &path, 0);
+    EXPECT_EQ(c.result, n);
+    EXPECT_EQ(c.points, path.NumPoints());
+  }
+  QvPoint2fArray three;
+  three.Add(0.0, 0.0), three.Add(2.0, 2.0), three.Add(4.0, 0.0);
+  QvPath2f path;
+  QvBezierTool().OpenFit(three, 0.25, 3, 0.1, 1, &path, 0);
+  QvPoint2<float> h1, h2;
+  path.GetPoint(1, h1), path.GetPoint(2, h2);
+  EXPECT_EQ(QvPoint2<float>(2, 2), h1);
+  EXPECT_EQ(QvPoint2<float>(2, 2), h2);
+}
+
+// A hairpin is a corner: the outline keeps it as a node. Smooth samples are followed within the
+// tolerance all along.
+TEST(BezierFit, CornersAndSmoothOutlines) {
+  std::vector<P2> v;
+  for (int i = 0; i <= 10; ++i) v.push_back({double(i), 0});
+  for (int i = 1; i <= 10; ++i) v.push_back({10.0 - i, double(i)});
+  QvPoint2fArray pts;
+  for (const P2& p : v) pts.Add(p.x, p.y);
+  QvPath2f open;
+  EXPECT_EQ(2u, QvBezierTool().OpenFit(pts, 0.25, 3, 0.05, 0, &open, 0));
+  ASSERT_EQ(7u, open.NumPoints());
+  QvPoint2<float> corner;
+  open.GetPoint(3, corner);
+  EXPECT_EQ(QvPoint2<float>(10, 0), corner);
+
+  const double pi = std::acos(-1.0);
+  std::vector<P2> circle;
+  for (int i = 0; i <= 72; ++i)
+    circle.push_back({50 * std::cos(i * pi / 36), 30 * std::sin(i * pi / 36)});
+  circle.back() = circle.front();
+  QvPoint2fArray ring;
+  for (const P2& p : circle) ring.Add(p.x, p.y);
+  QvPath2f closed;
+  const QvULong segments = QvBezierTool().ClosedFit(ring, 0.25, 3, 0.2, 0, &closed);
+  EXPECT_GE(segments, 2u);
+  EXPECT_LT(segments, 20u);
+  ASSERT_EQ(1 + 3 * segments, closed.NumPoints());
+  const std::vector<P2> outline = dense_cubics(closed);
+  for (const P2& p : circle) EXPECT_LT(bezier_test::dist_to_polyline(p, outline), 2 * 0.2);
 }
