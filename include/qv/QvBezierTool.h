@@ -72,6 +72,8 @@ class QV_API QvBezierTool {
 
  private:
   // Flattening, in calling order.
+  QvULong FlattenWidened(const QvPoint2<double>* block, QvULong degree, double tolerance,
+                         QvLong skipFirst);
   void ContextInitOne(const QvPoint2<double>* points);
   QvULong DepthPMSOFD();
   void PMSOFD(const QvPoint2<double>* points, QvULong depth);
@@ -80,6 +82,8 @@ class QV_API QvBezierTool {
   void Emit(const QvPoint2<double>& p);
 
   // Fitting.
+  QvULong FitStretches(const QvPoint2fArray& samples, double cornerCosSquared, QvULong degree,
+                       double tolerance, QvPath2f* path);
   void OpenFit2DPrivate(QvULong first, const QvPoint2<double>& startTangent, QvULong last,
                         const QvPoint2<double>& endTangent, QvULong degree);
   QvPoint2<double> UnitTangentVectorFirst(QvULong i) const;

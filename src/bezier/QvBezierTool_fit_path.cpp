@@ -36,18 +36,6 @@ bool is_corner(const QvPoint2fArray& p, QvULong i, double corner_cos_squared) {
   return d < 0.0 && d * d > (ax * ax + ay * ay) * (bx * bx + by * by) * corner_cos_squared;
 }
 
-// Fits each stretch between corners; the corner is the shared end of both stretches, so the
-// outline is only G0 there.
-template <class Fit>
-void fit_stretches(QvULong count, double corner_cos_squared, const QvPoint2fArray& p, Fit fit) {
-  QvULong s = 0;
-  for (QvULong i = 1; i < count; ++i) {
-    if (i + 1 < count && !is_corner(p, i, corner_cos_squared)) continue;
-    fit(s, i);
-    s = i;
-  }
-}
-
 }  // namespace
 
 QvULong QvBezierTool::OpenFit(const QvPoint2fArray& points, double cornerCosSquared, QvULong degree,
@@ -69,22 +57,8 @@ QvULong QvBezierTool::OpenFit(const QvPoint2fArray& points, double cornerCosSqua
     path->Lineto(p[1]);
     return 1;
   }
-  QvDoubleArray lengths(count);
-  qv::internal::cumulative_lengths(p, lengths);
-  m_fitTolerance = tolerance;
-  m_fitToleranceSquared = tolerance * tolerance;
-  m_fitPoints = &p;
-  m_fitLengths = &lengths;
-  m_fitPath = path;
-  m_fitCount = 0;
   if (!continuePath) path->Moveto(p[0]);
-  fit_stretches(count, cornerCosSquared, p, [&](QvULong s, QvULong e) {
-    OpenFit2DPrivate(s, UnitTangentVectorFirst(s), e, UnitTangentVectorLast(e), degree);
-  });
-  m_fitPoints = nullptr;
-  m_fitLengths = nullptr;
-  m_fitPath = nullptr;
-  return m_fitCount;
+  return FitStretches(p, cornerCosSquared, degree, tolerance, path);
 }
 
 QvULong QvBezierTool::ClosedFit(const QvPoint2fArray& points, double cornerCosSquared,
@@ -108,19 +82,31 @@ QvULong QvBezierTool::ClosedFit(const QvPoint2fArray& points, double cornerCosSq
     path->Closeto();
     return 2;
   }
+  path->Moveto(p[0]);
+  const QvULong segments = FitStretches(p, cornerCosSquared, degree, tolerance, path);
+  path->Closeto();
+  return segments;
+}
+
+// Cuts the samples at corners and fits each stretch; the corner is the shared end of both
+// stretches, so the outline is only G0 there, and tangents never look across it.
+QvULong QvBezierTool::FitStretches(const QvPoint2fArray& samples, double cornerCosSquared,
+                                   QvULong degree, double tolerance, QvPath2f* path) {
+  const QvULong count = samples.GetSize();
   QvDoubleArray lengths(count);
-  qv::internal::cumulative_lengths(p, lengths);
+  qv::internal::cumulative_lengths(samples, lengths);
   m_fitTolerance = tolerance;
   m_fitToleranceSquared = tolerance * tolerance;
-  m_fitPoints = &p;
+  m_fitPoints = &samples;
   m_fitLengths = &lengths;
   m_fitPath = path;
   m_fitCount = 0;
-  path->Moveto(p[0]);
-  fit_stretches(count, cornerCosSquared, p, [&](QvULong s, QvULong e) {
-    OpenFit2DPrivate(s, UnitTangentVectorFirst(s), e, UnitTangentVectorLast(e), degree);
-  });
-  path->Closeto();
+  QvULong start = 0;
+  for (QvULong i = 1; i < count; ++i) {
+    if (i + 1 < count && !is_corner(samples, i, cornerCosSquared)) continue;
+    OpenFit2DPrivate(start, UnitTangentVectorFirst(start), i, UnitTangentVectorLast(i), degree);
+    start = i;
+  }
   m_fitPoints = nullptr;
   m_fitLengths = nullptr;
   m_fitPath = nullptr;
