@@ -98,15 +98,6 @@ TEST(BezierFlatten, StraightUnevenCubicGivesMidpointsOnly) {
     EXPECT_EQ(float(4 * s[i]), general2f[i].y);
     EXPECT_EQ(3 * s[i], cubic3d[i].x);
   }
-  // Degree 5 on the same line: still no inner points.
-  const QvPoint2<double> p5[6] = {{0, 0}, {30, 40}, {3, 4}, {90, 120}, {150, 200}, {120, 160}};
-  QvPoint2dArray out5;
-  const QvULong n5 = tool.Flatten(p5, 0, 5, 0.01, &out5, 0);
-  EXPECT_EQ(out5.GetSize(), n5);
-  for (QvULong i = 0; i < out5.GetSize(); ++i) EXPECT_EQ(out5[i].x * 4, out5[i].y * 3) << i;
-  const std::vector<P2> c5 = {{0, 0}, {30, 40}, {3, 4}, {90, 120}, {150, 200}, {120, 160}};
-  for (QvULong i = 1; i + 1 < out5.GetSize(); ++i)  // every point is a midpoint t = m / 2^depth
-    EXPECT_LT(bezier_test::dist_to_curve({out5[i].x, out5[i].y}, c5), 1e-9) << i;
 }
 
 TEST(BezierFlatten, DepthFollowsThirdDifference) {
