@@ -27,9 +27,9 @@ struct FitProblem {
   QvPoint2<double> end_tangent;
 };
 
-// The solved unknowns, laid out as: a1 (if the start is G1), a2 (if the end is G1 and the start
-// is C0, after the free points; before them when both are G1), and the free inner points, all x
-// then all y.
+// The solved unknowns: the handle lengths a1 and a2 of G1 ends along their tangents, and the free
+// inner control points. In the system they stand as a1, then a2 when both ends are G1, then the
+// free points' x, then their y, then a2 when only the end is G1.
 struct FitSolution {
   double a1 = 0.0;
   double a2 = 0.0;
