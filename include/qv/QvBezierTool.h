@@ -42,7 +42,12 @@ class QV_API QvBezierTool {
 
   static QvULong MaxDegreeForThisImplementation();
 
-  // Curve fitting. Samples are single precision; the fitted segments go to path.
+  // Fits Bezier segments of the given degree (3 to 8) to a run of samples and appends them to path,
+  // cutting the run at corners: turns past a right angle whose squared cosine, between the reversed
+  // incoming and the outgoing direction, exceeds cornerCosSquared. Unless pointsAreClean, exact
+  // repeats are dropped first. Returns the number of segments added; a lone sample gives a Moveto
+  // and 1. continuePath nonzero means that path already ends at the first sample. ClosedFit expects
+  // the last sample to repeat the first, and closes the outline.
   QvULong OpenFit(const QvPoint2fArray& points, double cornerCosSquared, QvULong degree,
                   double tolerance, QvLong pointsAreClean, QvPath2f* path, QvLong continuePath);
   QvULong ClosedFit(const QvPoint2fArray& points, double cornerCosSquared, QvULong degree,
