@@ -84,8 +84,6 @@ TEST(BezierClip, RunsTagsAndFlags) {
                                      &out.flags);
   out.tags.Add(TagFirst);
   QvBezierTool_ClipAndFlattenCubic2d(c.data(), 0.1, clip, &out.points, &out.tags, &out.flags);
-  QvBezierTool_ClipAndFlattenGamma(gamma(2, 0, 0.5).data(), 0.1, clip, &out.points, &out.tags,
-                                   &out.flags);
   EXPECT_EQ(std::size(want), out.points.GetSize());
   EXPECT_EQ(std::size(want), out.flags.GetSize());
 }
