@@ -53,46 +53,32 @@ TEST(BezierCore, DepthAndStepCounts) {
 
 // A straight cubic has no inner points however unevenly its control points are spaced: only the
 // subdivision midpoints remain. Along (3, 4) at 0, 70, 80, 100, |T3| = 350 gives depth 2, and the
-// midpoints fall at t = 1/4, 1/2, 3/4 exactly.
+// midpoints fall at t = 1/4, 1/2, 3/4 exactly. Along x at 0, 0, 0, e, |T3| = e: at tolerance 1,
+// 7.4 rounds to w = 7 and depth 0, 8 gives depth 1, 64 depth 2.
 TEST(BezierFlatten, StraightUnevenCubicGivesMidpointsOnly) {
   const double s[] = {0, 42.34375, 68.75, 85.78125, 100};
   const QvPoint2<double> pd[4] = {{0, 0}, {210, 280}, {240, 320}, {300, 400}};
   const QvPoint2<float> pf[4] = {{0, 0}, {210, 280}, {240, 320}, {300, 400}};
-  const QvPoint3<double> p3[4] = {{0, 0, 0}, {210, 280, 0}, {240, 320, 0}, {300, 400, 0}};
-  QvPoint2dArray cubic2d, general2d;
-  QvPoint2fArray cubic2f, general2f;
-  QvPoint3dArray cubic3d;
+  QvPoint2dArray cubic, general;
+  QvPoint2fArray general_f;
   QvBezierTool tool;
-  EXPECT_EQ(5u, QvBezierTool_FlattenCubic2d(pd, 1.0, &cubic2d, 0));
-  EXPECT_EQ(5u, QvBezierTool_FlattenCubic2f(pf, 1.0, &cubic2f, 0));
-  EXPECT_EQ(5u, QvBezierTool_FlattenCubic3d(p3, 1.0, &cubic3d, 0));
-  EXPECT_EQ(5u, tool.Flatten(pd, 0, 3, 1.0, &general2d, 0));
-  EXPECT_EQ(5u, tool.Flatten(pf, 0, 3, 1.0, &general2f, 0));
+  EXPECT_EQ(5u, QvBezierTool_FlattenCubic2d(pd, 1.0, &cubic, 0));
+  EXPECT_EQ(5u, tool.Flatten(pd, 0, 3, 1.0, &general, 0));
+  EXPECT_EQ(5u, tool.Flatten(pf, 0, 3, 1.0, &general_f, 0));
   for (QvULong i = 0; i < 5; ++i) {
     SCOPED_TRACE(i);
-    EXPECT_EQ(3 * s[i], cubic2d[i].x);
-    EXPECT_EQ(4 * s[i], cubic2d[i].y);
-    EXPECT_EQ(3 * s[i], general2d[i].x);
-    EXPECT_EQ(4 * s[i], general2d[i].y);
-    EXPECT_EQ(float(3 * s[i]), cubic2f[i].x);
-    EXPECT_EQ(float(4 * s[i]), general2f[i].y);
-    EXPECT_EQ(3 * s[i], cubic3d[i].x);
+    EXPECT_EQ(QvPoint2<double>(3 * s[i], 4 * s[i]), cubic[i]);
+    EXPECT_EQ(QvPoint2<double>(3 * s[i], 4 * s[i]), general[i]);
+    EXPECT_EQ(float(4 * s[i]), general_f[i].y);
   }
-}
-
-TEST(BezierFlatten, DepthFollowsThirdDifference) {
-  struct Case {
-    double end_x;
-    QvULong count;
-  };
-  const Case cases[] = {{7.4, 2}, {8.0, 3}, {63.0, 3}, {64.0, 5}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.end_x);
-    const QvPoint2<double> p[4] = {{0, 0}, {0, 0}, {0, 0}, {c.end_x, 0}};  // |T3| = end_x
+  const double ends[] = {7.4, 8.0, 63.0, 64.0};
+  const QvULong counts[] = {2, 3, 3, 5};
+  for (int i = 0; i < 4; ++i) {
+    SCOPED_TRACE(ends[i]);
+    const QvPoint2<double> p[4] = {{0, 0}, {0, 0}, {0, 0}, {ends[i], 0}};
     QvPoint2dArray out;
-    QvBezierTool tool;
-    EXPECT_EQ(c.count, QvBezierTool_FlattenCubic2d(p, 1.0, &out, 0));
-    EXPECT_EQ(c.count, tool.Flatten(p, 0, 3, 1.0, &out, 0));
+    EXPECT_EQ(counts[i], QvBezierTool_FlattenCubic2d(p, 1.0, &out, 0));
+    EXPECT_EQ(counts[i], tool.Flatten(p, 0, 3, 1.0, &out, 0));
   }
 }
 
