@@ -54,6 +54,7 @@ TEST(BezierClip, RunsTagsAndFlags) {
       {line(5, 5, 5, -5)},     // clipped to (5,1)-(5,-1): clipping broke the run
       {line(20, 20, 30, 30)},  // wholly outside: nothing
       {line(3, 0, 4, 0)},      // inside, elsewhere: a new curve broke the run
+      {line(4, -1e-9, 5, 0)},  // 1e-9 from the run's end, bound included: continues
   };
   Tagged out;
   for (const Step& s : steps)
@@ -66,7 +67,8 @@ TEST(BezierClip, RunsTagsAndFlags) {
   };
   const Want want[] = {{2, 0, TagFirst, 1},   {8, 0, TagInner, 1}, {8, 0.5, TagInner, 1},
                        {2, 0.5, TagInner, 1}, {2, 1, TagLast, 1},  {5, 1, TagFirst, 1},
-                       {5, -1, TagLast, 0},   {3, 0, TagFirst, 1}, {4, 0, TagInner, 1}};
+                       {5, -1, TagLast, 0},   {3, 0, TagFirst, 1}, {4, 0, TagInner, 1},
+                       {5, 0, TagInner, 1}};
   ASSERT_EQ(std::size(want), out.points.GetSize());
   ASSERT_EQ(std::size(want), out.tags.GetSize());
   ASSERT_EQ(std::size(want), out.flags.GetSize());
