@@ -117,7 +117,7 @@ void soft_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), P
     return;
   }
   const QvLong n = qv::internal::soft_fill_half_width(offset);
-  qv::internal::allocate_soft_buffers(context, n, raster.width, raster.height);
+  qv::internal::allocate_soft_buffers(context, n, box, raster.height);
   qv::internal::build_soft_kernel(context, n,
                                   [&gc](double t) { return qv::internal::gradient_profile(gc, t); });
   if (!qv::internal::soft_fill<T>(context, count, box, winding_rule(gc), n, gc.GetFillOpacity(),

@@ -36,6 +36,21 @@ QvLong saturate_to_long(double value) noexcept;
 QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags,
                           QvULong count, double scale, CFillContext& context);
 
+// Floor and ceiling without a library call: the baseline instruction set has
+// no rounding instruction, and the span makers round twice a span. Exact for
+// every double; values beyond 2^52 are integers already.
+inline double floor_exact(double v) noexcept {
+  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;  // NaN, huge, infinite
+  const double t = static_cast<double>(static_cast<std::int64_t>(v));
+  return t > v ? t - 1.0 : t;
+}
+
+inline double ceil_exact(double v) noexcept {
+  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;
+  const double t = static_cast<double>(static_cast<std::int64_t>(v));
+  return t < v ? t + 1.0 : t;
+}
+
 // The active edge list over one scan line at a time. Advance() brings in the
 // vertices that the scan line at `upper` has reached, the span makers hand the
 // pixel ranges [left, right] to a callback, and Step() moves every crossing
@@ -68,9 +83,9 @@ class EdgeWalker {
       const double x0 = e[k].x;
       const double x1 = e[k + 1].x;
       if (!(x0 < x1)) continue;
-      double left = std::ceil(x0);
+      double left = ceil_exact(x0);
       if (left < x_min) left = x_min;
-      double right = std::floor(x1);
+      double right = floor_exact(x1);
       if (left <= right && left < x_max) {
         if (right > x_max - 1) right = x_max - 1;
         if (left <= right)
@@ -95,9 +110,9 @@ class EdgeWalker {
         sum += e[k].direction;
         ++k;
       }
-      double left = std::ceil(x0);
+      double left = ceil_exact(x0);
       if (left < x_min) left = x_min;
-      double right = sum == 0 ? std::floor(x1) : x_max - 1;
+      double right = sum == 0 ? floor_exact(x1) : x_max - 1;
       if (left < x_max && x0 < x1 && left <= right) {
         if (right > x_max - 1) right = x_max - 1;
         span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));

@@ -86,6 +86,7 @@ TEST(PathSoftFill, ModesOpacityAndInterior) {
 }
 
 QvLong stop(void) { return 1; }
+QvLong never(void) { return 0; }
 
 TEST(PathSoftFill, StopInTheFirstPassLeavesTheRaster) {
   QvGC gc = soft_context(3.0, 0.0, QvGC::GradientMaskedByShape);
@@ -101,8 +102,10 @@ TEST(PathSoftFill, MatchesDirectConvolution) {
     SCOPED_TRACE(total);
     const QvPath2f path = rect_path(5.2f, 4.7f, 16.4f, 13.1f);
     QvGC gc = soft_context(total, 0.0, QvGC::GradientUnmasked);
-    QvRaster<float> r(22, 18, 0.0f);
+    QvRaster<float> r(22, 18, 0.0f), polled(22, 18, 0.5f);
     path.SoftFill(gc, r, nullptr);
+    path.SoftFill(gc, polled, never);  // the column-by-column order gives the same
+    EXPECT_EQ(0, std::memcmp(r.pixels, polled.pixels, 22 * 18 * sizeof(float)));
     QvRaster<unsigned char> hard(22, 18, 0);
     path.Fill(gc, hard, nullptr, nullptr);
     const QvLong n = static_cast<QvLong>(std::ceil(total - 0.5));
