@@ -116,6 +116,7 @@ void EdgeWalker::HandleEdge(QvLong key, QvLong near_index, QvLong far_index, dou
     FillEdge& e = m_edges[m_active++];
     e.dxdy = (b.x - t.x) / (b.y - t.y);
     e.x = (upper - t.y) * e.dxdy + t.x - 0.5;
+    if (m_active > 1 && m_edges[m_active - 2].x > e.x) m_inverted = true;
     e.key = key;
     // The edge keyed by the near vertex runs from it downwards in path order.
     e.direction = m_winding ? (key == near_index ? 1 : -1) : 0;
@@ -143,11 +144,9 @@ void EdgeWalker::Advance(double lower, double upper) noexcept {
     HandleEdge(v.index, v.index, v.next, lower, upper);
     ++m_next;
   }
-  for (QvLong k = 1; k < m_active; ++k) {
-    if (m_edges[k - 1].x > m_edges[k].x) {
-      SortByX();
-      break;
-    }
+  if (m_inverted) {
+    SortByX();
+    m_inverted = false;
   }
 }
 

@@ -66,8 +66,18 @@ class EdgeWalker {
 
   void Advance(double lower, double upper) noexcept;
 
+  // Notes an inversion as it goes, so that the next Advance need not look
+  // for one.
   void Step() noexcept {
-    for (QvLong k = 0; k < m_active; ++k) m_edges[k].x += m_edges[k].dxdy;
+    FillEdge* e = m_edges;
+    if (m_active == 0) return;
+    e[0].x += e[0].dxdy;
+    bool inverted = false;
+    for (QvLong k = 1; k < m_active; ++k) {
+      e[k].x += e[k].dxdy;
+      inverted |= e[k - 1].x > e[k].x;
+    }
+    m_inverted |= inverted;
   }
 
   QvLong ActiveCount() const noexcept { return m_active; }
@@ -141,6 +151,9 @@ class EdgeWalker {
   QvLong m_next = 0;
   QvLong m_active = 0;
   bool m_winding;
+  // Some neighbouring pair of active edges is out of order. Removal keeps the
+  // order, Step and an append can break it.
+  bool m_inverted = false;
 };
 
 }  // namespace qv::internal
