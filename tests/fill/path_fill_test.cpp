@@ -1,5 +1,5 @@
 // The rasterisers through QvPath2f: preparation of the vertex table (extent,
-// raster cut, clip box), the design figures of each fill, the hard fill's
+// raster cut, clip box), the worked figures of each fill, the hard fill's
 // brute-force twin on flattened cubic paths, and bad geometry.
 #include "fill_reference.h"
 
