@@ -337,7 +337,10 @@ QvULong QvPath2f::Sample(const QvGC& gc, QvPoint2fArray& points, QvPointTagArray
     for (QvULong i = 1; i <= end; ++i) cum.push_back(cum.back() + step_length(poly[i - 1], poly[i]));
     const double total = cum.back();
     QvULong appended = 0;
-    if (total > spacing) {
+    // A spacing that is not positive, or so fine that the count would not
+    // fit, leaves only the subpath's ends, as a subpath shorter than it does.
+    const bool countable = spacing > 0.0 && total / spacing < 4294967295.0;
+    if (countable && total > spacing) {
       QvULong n = static_cast<QvULong>(std::floor(total / spacing));
       if (spacing * 0.5 < std::fmod(total, spacing)) ++n;
       const double step = total / n;

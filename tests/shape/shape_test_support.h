@@ -3,7 +3,6 @@
 
 #include <qv/QvPath2f.h>
 
-#include <cstring>
 #include <vector>
 
 namespace qv_test {
@@ -16,10 +15,7 @@ class PathProbe : public QvPath2f {
   using QvPath2f::EndOfSegment;
   using QvPath2f::GetLockCount;
   using QvPath2f::GetType;
-  using QvPath2f::IsEndingTangentHandle;
-  using QvPath2f::IsG1Continuous;
   using QvPath2f::IsRasterExtentIntersecting;
-  using QvPath2f::IsStartingTangentHandle;
   using QvPath2f::IsTangentHandle;
   using QvPath2f::LastIndex;
   using QvPath2f::Lock;
@@ -31,6 +27,14 @@ inline QvPoint2<float> P(double x, double y) {
   return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
 }
 
+inline QvExtent2<float> box(float x0, float y0, float x1, float y1) {
+  QvExtent2<float> e;
+  e.min = QvPoint2<float>(x0, y0);
+  e.max = QvPoint2<float>(x1, y1);
+  e.state = QvExtentStates::ExtentBounded;
+  return e;
+}
+
 // The whole stored form of a shape: length word and body.
 inline std::vector<unsigned char> stored(const QvShape2f& shape) {
   std::vector<unsigned char> bytes(shape.GetBufferSize());
@@ -38,19 +42,8 @@ inline std::vector<unsigned char> stored(const QvShape2f& shape) {
   return bytes;
 }
 
-// A copy of the first `size` bytes in a block of exactly that size, with the
-// length word saying so: a reader that runs past it is caught by the
-// sanitizers.
-inline std::vector<unsigned char> truncated(const std::vector<unsigned char>& bytes,
-                                            std::size_t size) {
-  std::vector<unsigned char> out(bytes.begin(), bytes.begin() + static_cast<long>(size));
-  const std::uint32_t body = static_cast<std::uint32_t>(size - 4);
-  for (int k = 0; k < 4; ++k) out[static_cast<std::size_t>(k)] = static_cast<unsigned char>(body >> (8 * k));
-  return out;
-}
-
 // Moveto (0,0), line to (10,0), cubic to (10,10), quadratic back to (0,0),
-// closed; then an open subpath of one line.
+// closed; then an open subpath of one line from (20,0) to (30,0).
 inline void build_mixed(QvPath2f& path) {
   path.Moveto(P(0, 0));
   path.Lineto(P(10, 0));
