@@ -175,6 +175,20 @@ TEST(PathStroke, TaperedDotsAndPreviousJoin) {
     EXPECT_TRUE(r.AllPixelValuesAre(0));
   }
 
+  // A round join turns into the bevel's chord past 120 degrees.
+  const QvPath2f hairpin = polyline_path({P(5, 20), P(35, 20), P(5, 26)});
+  QvRaster<unsigned char> chord(40, 40, 0), bevelled(40, 40, 0);
+  hairpin.Stroke(stroke_context(8, QvGC::RoundJoin, QvGC::ButtCap), chord);
+  hairpin.Stroke(stroke_context(8, QvGC::BevelJoin, QvGC::ButtCap), bevelled);
+  EXPECT_EQ(0, std::memcmp(chord.pixels, bevelled.pixels, 40 * 40));
+  // A square cap reaches half the width past the end; a butt cap stops there.
+  QvRaster<unsigned char> square(40, 40, 0);
+  polyline_path({P(5, 20), P(30, 20)})
+      .Stroke(stroke_context(8, QvGC::BevelJoin, QvGC::SquareCap), square);
+  EXPECT_EQ(255, pixel(square, 33, 20));
+  EXPECT_EQ(0, pixel(square, 34, 20));
+  EXPECT_EQ(255, pixel(square, 1, 17));
+
   const QvPath2f zigzag = polyline_path({P(5, 30), P(20, 8), P(35, 30)});
   QvRaster<short> round(40, 40, 0), kept(40, 40, 0), bevel(40, 40, 0);
   zigzag.Stroke(stroke_context(8, QvGC::RoundJoin, QvGC::ButtCap), round);
