@@ -113,8 +113,6 @@ class AAScan {
       // A sub-row has at most one span for each active edge.
       m_extentCapacity = static_cast<std::size_t>(num_points) + 1;
       m_extents.resize(m_extentCapacity * S);
-      m_union.resize(m_extentCapacity * S);
-      m_merged.resize(m_extentCapacity * S);
       m_full.resize(m_extentCapacity);
       m_scratch.resize(m_extentCapacity);
     }
@@ -220,8 +218,7 @@ class AAScan {
   // the end words of a span in every sub-row was never written: it is a full
   // pixel, and clean. Those words form the intersection over the sub-rows of
   // their span interiors; the other interior words get their bits here, and
-  // words outside every span are known to be zero. Only the words near edges
-  // are counted one by one.
+  // only the rest of the touched range is counted.
   void FlushPlain(QvLong py) noexcept {
     Range& touched = m_ranges[0];
     if (touched.first <= touched.last) {
@@ -247,65 +244,40 @@ class AAScan {
         }
       }
 
-      const std::size_t union_count = MergeExtents();
       T* out = m_raster.Row(py);
       QvLong x = touched.first;
-      std::size_t f = 0;
-      std::size_t u = 0;
-      while (u < union_count) {
-        QvLong first = m_union[u].first;
-        QvLong last = m_union[u].last;
-        for (++u; u < union_count && m_union[u].first <= last + 1; ++u)
-          last = std::max(last, m_union[u].last);
-        std::fill(out + x, out + first, m_zeroValue);
-        for (QvLong y = first; y <= last;) {
-          while (f < full_count && full[f].last < y) ++f;
-          if (f < full_count && full[f].first <= y) {
-            const QvLong end = std::min(full[f].last, last);
-            std::fill(out + y, out + end + 1, m_fullValue);
-            y = end + 1;
-          } else {
-            const QvLong end = f < full_count ? std::min(last, full[f].first - 1) : last;
-            for (QvLong w = y; w <= end; ++w) {
-              out[w] = Value(m_new[w]);
-              m_new[w] = 0;
-            }
-            y = end + 1;
-          }
-        }
-        x = last + 1;
+      for (std::size_t f = 0; f < full_count; ++f) {
+        WriteCounted(out, x, full[f].first - 1);
+        std::fill(out + full[f].first, out + full[f].last + 1, m_fullValue);
+        x = full[f].last + 1;
       }
-      std::fill(out + x, out + touched.last + 1, m_zeroValue);
+      WriteCounted(out, x, touched.last);
     }
     for (QvLong& count : m_extentCount) count = 0;
     touched = Range{m_end, m_first - 1};
   }
 
-  // The extents of all sub-rows, each list sorted already, merged pairwise
-  // into one sorted list in m_union; returns its length.
-  std::size_t MergeExtents() noexcept {
-    std::size_t begin[S + 1];
-    begin[0] = 0;
-    for (int j = 0; j < S; ++j) {
-      const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-      std::copy(extents, extents + m_extentCount[j], m_union.begin() + static_cast<std::ptrdiff_t>(begin[j]));
-      begin[j + 1] = begin[j] + static_cast<std::size_t>(m_extentCount[j]);
-    }
-    auto by_first = [](const Range& p, const Range& q) { return p.first < q.first; };
-    for (int width = 1; width < S; width *= 2) {
-      for (int j = 0; j + width < S; j += 2 * width) {
-        const int k = std::min(j + 2 * width, S);
-        std::merge(m_union.begin() + static_cast<std::ptrdiff_t>(begin[j]),
-                   m_union.begin() + static_cast<std::ptrdiff_t>(begin[j + width]),
-                   m_union.begin() + static_cast<std::ptrdiff_t>(begin[j + width]),
-                   m_union.begin() + static_cast<std::ptrdiff_t>(begin[k]),
-                   m_merged.begin() + static_cast<std::ptrdiff_t>(begin[j]), by_first);
-        std::copy(m_merged.begin() + static_cast<std::ptrdiff_t>(begin[j]),
-                  m_merged.begin() + static_cast<std::ptrdiff_t>(begin[k]),
-                  m_union.begin() + static_cast<std::ptrdiff_t>(begin[j]));
+  // Counts words from..to and clears them. Most words between shapes are
+  // zero: they are skipped eight at a time.
+  void WriteCounted(T* out, QvLong from, QvLong to) noexcept {
+    Word* words = m_new;
+    QvLong x = from;
+    for (; x + 8 <= to + 1; x += 8) {
+      const Word any = words[x] | words[x + 1] | words[x + 2] | words[x + 3] | words[x + 4] |
+                       words[x + 5] | words[x + 6] | words[x + 7];
+      if (any == 0) {
+        std::fill(out + x, out + x + 8, m_zeroValue);
+        continue;
+      }
+      for (QvLong k = x; k < x + 8; ++k) {
+        out[k] = Value(words[k]);
+        words[k] = 0;
       }
     }
-    return begin[S];
+    for (; x <= to; ++x) {
+      out[x] = Value(words[x]);
+      words[x] = 0;
+    }
   }
 
   // The words inside a span in every sub-row, as sorted disjoint ranges in
@@ -424,8 +396,6 @@ class AAScan {
   Word* m_old = nullptr;
   Range m_ranges[3] = {};
   std::vector<Range> m_extents;
-  std::vector<Range> m_union;
-  std::vector<Range> m_merged;
   std::vector<Range> m_full;
   std::vector<Range> m_scratch;
   std::size_t m_extentCapacity = 0;
