@@ -110,8 +110,8 @@ class AAScan {
     m_yHi = std::min(static_cast<std::int64_t>(box.yMax) + m_p,
                      static_cast<std::int64_t>(raster.height));
     if (m_p == 0) {
-      // A sub-row has at most one span for each active edge.
-      m_extentCapacity = static_cast<std::size_t>(num_points) + 1;
+      // Every span of a sub-row takes two crossings at least.
+      m_extentCapacity = static_cast<std::size_t>(num_points) / 2 + 1;
       m_extents.resize(m_extentCapacity * S);
       m_full.resize(m_extentCapacity);
       m_scratch.resize(m_extentCapacity);
