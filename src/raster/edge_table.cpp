@@ -136,18 +136,4 @@ void EdgeWalker::SortByX() noexcept {
   }
 }
 
-void EdgeWalker::Advance(double lower, double upper) noexcept {
-  while (m_next < m_numPoints) {
-    const FillVertex& v = m_vertices[m_next];
-    if (upper < m_points[v.index].y) break;
-    HandleEdge(v.prev, v.index, v.prev, lower, upper);
-    HandleEdge(v.index, v.index, v.next, lower, upper);
-    ++m_next;
-  }
-  if (m_inverted) {
-    SortByX();
-    m_inverted = false;
-  }
-}
-
 }  // namespace qv::internal

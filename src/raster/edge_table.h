@@ -156,6 +156,21 @@ class EdgeWalker {
   bool m_inverted = false;
 };
 
+// Inline: it runs once a scan line, or once a sub-sample row.
+inline void EdgeWalker::Advance(double lower, double upper) noexcept {
+  while (m_next < m_numPoints) {
+    const FillVertex& v = m_vertices[m_next];
+    if (upper < m_points[v.index].y) break;
+    HandleEdge(v.prev, v.index, v.prev, lower, upper);
+    HandleEdge(v.index, v.index, v.next, lower, upper);
+    ++m_next;
+  }
+  if (m_inverted) {
+    SortByX();
+    m_inverted = false;
+  }
+}
+
 }  // namespace qv::internal
 
 #endif  // QV_RASTER_EDGE_TABLE_H
