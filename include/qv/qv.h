@@ -7,5 +7,13 @@
 #include <qv/QvArray.h>
 #include <qv/QvCriticalSection.h>
 #include <qv/QvTrace.h>
+#include <qv/QvTransfo4.h>
+#include <qv/QvQuat.h>
+#include <qv/QvIsoView.h>
+#include <qv/QvBezierTool.h>
+#include <qv/QvBaseFCurve.h>
+#include <qv/QvStdFCurve.h>
+#include <qv/QvRaster.h>
+#include <qv/QvGC.h>
 
 #endif

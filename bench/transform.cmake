@@ -1,0 +1,1 @@
+qv_add_bench(transform_bench ${CMAKE_CURRENT_SOURCE_DIR}/transform_bench.cpp)
