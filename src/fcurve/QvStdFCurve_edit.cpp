@@ -81,6 +81,15 @@ Point2d right_tangent(const QvStdFCurveImpl& body, QvULong i) {
   return Point2d(h.x - key.parameter, h.y - key.rightValue);
 }
 
+// An automatic key lets the right handle of the key before it reach one third of the way, when
+// that key is automatic as well. Before key i loses its automatic flag, the handle of key i - 1 is
+// stored where it evaluates, so that segment keeps its shape.
+void freeze_right_reach(QvStdFCurveImpl& body, QvULong i) {
+  const std::uint16_t automatic = kFlagTangentAutomatic;
+  if ((body.Key(i).flags & automatic) && (body.Key(i - 1).flags & automatic))
+    qv::internal::store_right_handle(body, i - 1, body.EvaluatedRightHandle(i - 1));
+}
+
 }  // namespace
 
 QvLong QvStdFCurve::CreateKey(double parameter, double value) {
@@ -167,6 +176,8 @@ QvLong QvStdFCurve::CreateNonModifyingKey(double parameter, QvLong noFold) {
       lefts[k] = scratch.EvaluatedLeftHandle(keys[k]);
       rights[k] = scratch.EvaluatedRightHandle(keys[k]);
     }
+    // The key before reaches one third of the way only while its neighbour is automatic too.
+    if (keys[0] >= 1) freeze_right_reach(scratch, keys[0]);
     for (QvULong k = 0; k < count; ++k) {
       if (!(scratch.Key(keys[k]).flags & kFlagTangentAutomatic)) continue;
       qv::internal::store_left_handle(scratch, keys[k], lefts[k]);
@@ -671,6 +682,7 @@ QvLong QvStdFCurve::FreezeTangentsInInterval(QvULong first, QvULong last, QvLong
     lefts[i - first] = body.EvaluatedLeftHandle(i);
     rights[i - first] = body.EvaluatedRightHandle(i);
   }
+  if (first >= 1 && (cleared & kFlagTangentAutomatic)) freeze_right_reach(body, first);
   for (QvULong i = first; i <= last; ++i) {
     const bool do_left = !(i == first && left != 0) || (i == last && right != 0);
     const bool do_right = !(i == last && right != 0) || (i == first && left != 0);
