@@ -124,19 +124,6 @@ QvULong QvStdFCurve::ReduceNumKeys(double) {
   LockGuard guard(*this);
   return m_impl->m_numKeys;
 }
-QvULong QvStdFCurve::EvalSequence(double, double, double, double, QvDoubleArray&, QvDoubleArray&,
-                                  QvLong) const {
-  return 0;
-}
-QvULong QvStdFCurve::Flatten(const QvTransfo4&, double, QvPoint2dArray&, QvPointTagArray&,
-                             QvLong) const {
-  return 0;
-}
-QvULong QvStdFCurve::FlattenFromTo(const QvExtent2<double>&, const QvTransfo4&, double,
-                                   QvPoint2dArray&, QvPointTagArray&, QvBoolArray&,
-                                   QvLong) const {
-  return 0;
-}
 QvLong QvStdFCurve::ResampleSequence(double, double, double, QvLong, QvLong) { return 0; }
 QvLong QvStdFCurve::SmoothSequence(double, double, const double*, QvULong) { return 0; }
 QvLong QvStdFCurve::MirrorValues() { return 0; }
