@@ -132,7 +132,4 @@ QvLong QvStdFCurve::ScaleAndOffsetParameters(double, double, double, double, dou
                                              QvLong, RegionHandle) {
   return 0;
 }
-QvULong QvStdFCurve::GetBufferSize() const { return 0; }
-QvULong QvStdFCurve::WriteToBuffer(void*) const { return 0; }
-QvULong QvStdFCurve::ReadFromBufferBody(const void*) { return 0; }
 QvLong QvStdFCurve::ScaleAndShiftValues(double, double) { return 0; }

@@ -4,6 +4,7 @@ list(APPEND QV_SOURCES
   src/fcurve/QvStdFCurveImpl.cpp
   src/fcurve/QvStdFCurve_whole.cpp
   src/fcurve/QvStdFCurve_flatten.cpp
+  src/fcurve/QvStdFCurve_buffer.cpp
   src/fcurve/QvStdFCurve_edit.cpp
   src/fcurve/QvStdFCurve_userdata.cpp
 )
