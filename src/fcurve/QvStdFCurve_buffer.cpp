@@ -101,30 +101,6 @@ QvULong length_before(const void* body) {
          (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
 }
 
-bool near_zero(double v, double tolerance) { return -tolerance <= v && v <= tolerance; }
-
-bool same_sign_or_zero(double a, double b) { return a == 0.0 || b == 0.0 || (a > 0.0) == (b > 0.0); }
-
-// Whether the two evaluated tangents of key i line up: collinear, or for a mirror-continuous key
-// mirror images across the vertical through the key. A tangent of no length goes with anything.
-bool tangents_continuous(const QvStdFCurveImpl& body, QvULong i) {
-  const QvStdFCurveKey& key = body.Key(i);
-  const QvPoint2<double> left = body.EvaluatedLeftHandle(i);
-  const QvPoint2<double> right = body.EvaluatedRightHandle(i);
-  QvPoint2<double> a(left.x - key.parameter, left.y - key.leftValue);
-  QvPoint2<double> b(right.x - key.parameter, right.y - key.rightValue);
-  if ((near_zero(a.x, 1e-7) && near_zero(a.y, 1e-7)) || (near_zero(b.x, 1e-7) && near_zero(b.y, 1e-7)))
-    return true;
-  if (key.flags & qv::internal::kFlagTangentMirrorContinuity) {
-    if (near_zero(a.x, 1e-15) && near_zero(b.x, 1e-15)) return same_sign_or_zero(a.y, b.y);
-    a.Normalize();
-    b.Normalize();
-    return near_zero(a.x + b.x, 1e-15) && near_zero(a.y - b.y, 1e-15);
-  }
-  if (std::fabs(a.x) <= 1e-7 && std::fabs(b.x) <= 1e-7) return same_sign_or_zero(a.y, -b.y);
-  return std::fabs(a.x * b.y - a.y * b.x) <= 1e-7;
-}
-
 bool coincides(const QvPoint2<double>& handle, double x, double y) {
   const double dx = handle.x - x;
   const double dy = handle.y - y;
@@ -302,7 +278,7 @@ QvULong QvStdFCurve::ReadFromBufferBody(const void* data) {
     const QvULong n = body.m_numKeys;
     if (version >= 256 && n >= 2) {
       for (QvULong i = 1; i + 1 < n; ++i)
-        if (!tangents_continuous(body, i))
+        if (!body.TangentsContinuous(i))
           body.Key(i).flags &= static_cast<std::uint16_t>(~qv::internal::kFlagTangentContinuity);
     }
     if (version < 263 && n >= 1) {
