@@ -2,9 +2,12 @@
 
 #include "fcurve/QvStdFCurveImpl.h"
 
+#include <cfloat>
 #include <new>
+#include <utility>
 
 using qv::internal::kFlagTangentContinuity;
+using qv::internal::kFlagValueLocked;
 
 namespace {
 
@@ -114,11 +117,7 @@ QvBaseFCurve* QvStdFCurve::SnapShot(double, double, ExtrapolationMethod) const {
 QvLong QvStdFCurve::Cut(double, double, QvBaseFCurve&) { return 0; }
 QvLong QvStdFCurve::RemoveTail(double) { return 0; }
 QvLong QvStdFCurve::RemoveHead(double) { return 0; }
-QvLong QvStdFCurve::Append(const QvBaseFCurve&) { return 0; }
 QvLong QvStdFCurve::Paste(const QvBaseFCurve&, double, double) { return 0; }
-QvLong QvStdFCurve::ShiftParameters(double) { return 0; }
-QvLong QvStdFCurve::ScaleParameterAxis(double) { return 0; }
-QvLong QvStdFCurve::ShiftValues(double) { return 0; }
 QvLong QvStdFCurve::ReduceNumKeys(double, double, double) { return 0; }
 QvULong QvStdFCurve::ReduceNumKeys(double) {
   LockGuard guard(*this);
@@ -126,10 +125,180 @@ QvULong QvStdFCurve::ReduceNumKeys(double) {
 }
 QvLong QvStdFCurve::ResampleSequence(double, double, double, QvLong, QvLong) { return 0; }
 QvLong QvStdFCurve::SmoothSequence(double, double, const double*, QvULong) { return 0; }
-QvLong QvStdFCurve::MirrorValues() { return 0; }
-QvLong QvStdFCurve::MirrorParameters() { return 0; }
 QvLong QvStdFCurve::ScaleAndOffsetParameters(double, double, double, double, double, QvLong,
                                              QvLong, RegionHandle) {
   return 0;
 }
-QvLong QvStdFCurve::ScaleAndShiftValues(double, double) { return 0; }
+
+namespace {
+
+// A lock anywhere on the curve, tested over the whole range of doubles.
+bool any_locked(const QvStdFCurveImpl& body, std::uint16_t bits) {
+  return body.AnyKeyHasFlags(-DBL_MAX, DBL_MAX, 0, 0, bits);
+}
+
+// Moves every parameter and handle x through `map`. Under the default Bezier constraint handles
+// sit one third of the way to their neighbour, wherever the keys go.
+template <class Map> void map_parameters(QvStdFCurveImpl& body, Map map) {
+  const QvULong n = body.m_numKeys;
+  for (QvULong i = 0; i < n; ++i) body.Key(i).parameter = map(body.Key(i).parameter);
+  for (QvULong i = 0; i < n; ++i) {
+    QvStdFCurveKey& key = body.Key(i);
+    if (body.m_defaultBezierTangent != 0 && i > 0)
+      key.leftHandle.x = key.parameter + (body.Key(i - 1).parameter - key.parameter) / 3.0;
+    else
+      key.leftHandle.x = map(key.leftHandle.x);
+    if (body.m_defaultBezierTangent != 0 && i + 1 < n)
+      key.rightHandle.x = key.parameter + (body.Key(i + 1).parameter - key.parameter) / 3.0;
+    else
+      key.rightHandle.x = map(key.rightHandle.x);
+  }
+}
+
+template <class Map> void map_values(QvStdFCurveImpl& body, Map map) {
+  for (QvULong i = 0; i < body.m_numKeys; ++i) {
+    QvStdFCurveKey& key = body.Key(i);
+    key.leftValue = map(key.leftValue);
+    key.rightValue = map(key.rightValue);
+    key.leftHandle.y = map(key.leftHandle.y);
+    key.rightHandle.y = map(key.rightHandle.y);
+  }
+}
+
+}  // namespace
+
+QvLong QvStdFCurve::ShiftParameters(double offset) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, qv::internal::kFlagParameterLocked)) return 0;
+  map_parameters(body, [offset](double x) { return x + offset; });
+  TranslateAllKeyUserData(offset);
+  return 1;
+}
+
+QvLong QvStdFCurve::ScaleParameterAxis(double scale) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, qv::internal::kFlagParameterLocked)) return 0;
+  if (body.m_numKeys == 0) return 1;
+  QvStdFCurveImpl scaled(body);
+  map_parameters(scaled, [scale](double x) { return x * scale; });
+  if (!scaled.IsValid()) return 0;
+  body.Swap(scaled);
+  ScaleAllKeyUserData(scale);
+  return 1;
+}
+
+QvLong QvStdFCurve::ShiftValues(double offset) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, kFlagValueLocked)) return 0;
+  if (body.m_numKeys == 0) {
+    body.m_valueWhenNoKeys += offset;
+    return 1;
+  }
+  map_values(body, [offset](double v) { return v + offset; });
+  return 1;
+}
+
+// A negative scale turns the tangents over with the values; nothing else needs doing.
+QvLong QvStdFCurve::ScaleAndShiftValues(double scale, double shift) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, kFlagValueLocked)) return 0;
+  QvStdFCurveImpl moved(body);
+  auto map = [scale, shift](double v) { return v * scale + shift; };
+  map_values(moved, map);
+  moved.m_valueWhenNoKeys = map(moved.m_valueWhenNoKeys);
+  if (!moved.IsValid()) return 0;
+  body.Swap(moved);
+  return 1;
+}
+
+// Values are reflected across the middle of the control polygon's bounds, so that the mirrored
+// curve keeps the same bounds.
+QvLong QvStdFCurve::MirrorValues() {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, kFlagValueLocked)) return 0;
+  const double sum = GetValueUpperBound(0) + GetValueLowerBound(0);
+  QvStdFCurveImpl mirrored(body);
+  auto map = [sum](double v) { return sum - v; };
+  map_values(mirrored, map);
+  mirrored.m_valueWhenNoKeys = map(mirrored.m_valueWhenNoKeys);
+  if (!mirrored.IsValid()) return 0;
+  body.Swap(mirrored);
+  return 1;
+}
+
+// Keys are taken in reverse order with their sides exchanged. The kinds move one key along: the
+// region beyond the old last key is the new region before the first, and the other way round.
+QvLong QvStdFCurve::MirrorParameters() {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || any_locked(body, qv::internal::kFlagParameterLocked)) return 0;
+  const QvULong n = body.m_numKeys;
+  if (n == 0) return 1;
+  const double sum = body.Key(0).parameter + body.Key(n - 1).parameter;
+  QvStdFCurveImpl mirrored(body);
+  for (QvULong j = 0; j < n; ++j) {
+    const QvStdFCurveKey& old = body.Key(n - 1 - j);
+    QvStdFCurveKey& key = mirrored.Key(j);
+    key = old;
+    key.parameter = sum - old.parameter;
+    key.leftValue = old.rightValue;
+    key.rightValue = old.leftValue;
+    key.leftHandle = QvPoint2<double>(sum - old.rightHandle.x, old.rightHandle.y);
+    key.rightHandle = QvPoint2<double>(sum - old.leftHandle.x, old.leftHandle.y);
+    key.segmentKind = j + 1 < n ? body.Key(n - 2 - j).segmentKind
+                                : static_cast<unsigned char>(body.m_firstSegmentKind);
+  }
+  mirrored.m_firstSegmentKind = static_cast<FSKind>(body.Key(n - 1).segmentKind);
+  if (!mirrored.IsValid()) return 0;
+  QvDoubleArray from(n);
+  QvDoubleArray to(n);
+  for (QvULong j = 0; j < n; ++j) {
+    from.Add(body.Key(n - 1 - j).parameter);
+    to.Add(mirrored.Key(j).parameter);
+  }
+  body.Swap(mirrored);
+  MoveKeyUserDataTail(from, to);
+  return 1;
+}
+
+// The other curve's first key lands on this curve's last key, which takes over its right side;
+// the other keys follow, shifted along the parameter axis.
+QvLong QvStdFCurve::Append(const QvBaseFCurve& other) {
+  LockGuard target(*this);
+  if (other.GetKind() != KindStandard) return 0;
+  LockGuard source(other);
+  QvStdFCurveImpl& body = *m_impl;
+  const QvStdFCurveImpl tail(*static_cast<const QvStdFCurve&>(other).m_impl);
+  if (body.m_readOnly != 0 || body.m_numKeys == 0 || tail.m_numKeys == 0) return 0;
+  QvStdFCurveImpl joined(body);
+  const QvULong n = joined.m_numKeys;
+  const QvULong m = tail.m_numKeys;
+  const QvStdFCurveKey& first = tail.Key(0);
+  const double d = joined.Key(n - 1).parameter - first.parameter;
+  joined.Resize(n + m - 1);
+  QvStdFCurveKey& last = joined.Key(n - 1);
+  if (!(last.flags & kFlagValueLocked)) last.rightValue = first.rightValue;
+  last.rightHandle.y = first.rightHandle.y;
+  if (joined.m_defaultBezierTangent != 0 && m > 1)
+    last.rightHandle.x = last.parameter + (tail.Key(1).parameter + d - last.parameter) / 3.0;
+  else
+    last.rightHandle.x = first.rightHandle.x + d;
+  last.segmentKind = first.segmentKind;
+  for (QvULong i = 1; i < m; ++i) {
+    QvStdFCurveKey& key = joined.Key(n - 1 + i);
+    key = tail.Key(i);
+    key.parameter += d;
+    key.leftHandle.x += d;
+    key.rightHandle.x += d;
+  }
+  if (!joined.TangentsContinuous(n - 1))
+    last.flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
+  if (!joined.IsValid()) return 0;
+  body.Swap(joined);
+  return 1;
+}
