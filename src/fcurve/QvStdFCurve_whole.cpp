@@ -3,8 +3,10 @@
 #include "fcurve/QvStdFCurveImpl.h"
 
 #include <cfloat>
+#include <cmath>
 #include <new>
 #include <utility>
+#include <vector>
 
 using qv::internal::kFlagTangentContinuity;
 using qv::internal::kFlagValueLocked;
@@ -72,9 +74,162 @@ QvStdFCurve::QvStdFCurve(const QvPoint2<double>& key0, const QvPoint2<double>& r
   m_impl->Key(1).leftHandle = leftHandle1;
 }
 
-QvStdFCurve::QvStdFCurve(const QvPoint2dArray&, DPMethod, double, FSKind firstSegmentKind,
-                         FSKind)
-    : m_impl(new QvStdFCurveImpl(0.0, firstSegmentKind)) {}
+namespace {
+
+// Appends keys for the point-array constructor: cubic pieces with their handles stored as given,
+// and straight pieces with level handles one third of the way along.
+class KeyAppender {
+ public:
+  explicit KeyAppender(QvStdFCurveImpl& body) : m_body(body) {}
+
+  void First(const QvPoint2<double>& p, QvBaseFCurve::FSKind kind) {
+    m_body.Resize(1);
+    m_body.Key(0) = make_key(p.x, p.y, p.y, kind);
+    m_body.m_valueWhenNoKeys = p.y;
+  }
+
+  void Cubic(const QvPoint2<double>& right, const QvPoint2<double>& left,
+             const QvPoint2<double>& next) {
+    const QvULong n = m_body.m_numKeys;
+    m_body.Resize(n + 1);
+    QvStdFCurveKey& prev = m_body.Key(n - 1);
+    prev.segmentKind = QvBaseFCurve::FSBezierCubic;
+    prev.rightHandle = right;
+    m_body.Key(n) = make_key(next.x, next.y, next.y, QvBaseFCurve::FSBezierCubic);
+    m_body.Key(n).leftHandle = left;
+  }
+
+  void Linear(const QvPoint2<double>& next) {
+    const QvULong n = m_body.m_numKeys;
+    m_body.Resize(n + 1);
+    QvStdFCurveKey& prev = m_body.Key(n - 1);
+    const double d = (next.x - prev.parameter) / 3.0;
+    prev.segmentKind = QvBaseFCurve::FSLinear;
+    prev.rightHandle = QvPoint2<double>(prev.parameter + d, prev.rightValue);
+    if (n == 1) prev.leftHandle = QvPoint2<double>(prev.parameter - d, prev.leftValue);
+    QvStdFCurveKey& key = m_body.Key(n);
+    key = make_key(next.x, next.y, next.y, QvBaseFCurve::FSLinear);
+    key.leftHandle = QvPoint2<double>(next.x - d, next.y);
+    key.rightHandle = QvPoint2<double>(next.x + d, next.y);
+  }
+
+ private:
+  QvStdFCurveImpl& m_body;
+};
+
+QvPoint2<double> unit_chord(const QvPoint2<double>& a, const QvPoint2<double>& b) {
+  QvPoint2<double> t(b.x - a.x, b.y - a.y);
+  t.Normalize();
+  return t;
+}
+
+QvPoint2<double> along(const QvPoint2<double>& p, const QvPoint2<double>& t, double s) {
+  return QvPoint2<double>(p.x + t.x * s, p.y + t.y * s);
+}
+
+// Tangents from the neighbours, each handle reaching one third of the way to its neighbour in x.
+void catmull_rom(const std::vector<QvPoint2<double>>& p, KeyAppender& out) {
+  const size_t n = p.size();
+  auto tangent = [&](size_t i) {
+    if (i == 0) return unit_chord(p[0], p[1]);
+    if (i + 1 == n) return unit_chord(p[n - 2], p[n - 1]);
+    return QvPoint2<double>(p[i + 1].x - p[i - 1].x, p[i + 1].y - p[i - 1].y);
+  };
+  for (size_t i = 0; i + 1 < n; ++i) {
+    const QvPoint2<double> t0 = tangent(i);
+    const QvPoint2<double> t1 = tangent(i + 1);
+    const double dx = p[i + 1].x - p[i].x;
+    out.Cubic(along(p[i], t0, dx / (3.0 * t0.x)), along(p[i + 1], t1, -dx / (3.0 * t1.x)),
+              p[i + 1]);
+  }
+}
+
+// The cubic spline through every point, its second derivatives from the tridiagonal sweep with
+// the end slopes of the first and last chords.
+void natural_spline(const std::vector<QvPoint2<double>>& p, KeyAppender& out) {
+  const size_t n = p.size();
+  const QvPoint2<double> t0 = unit_chord(p[0], p[1]);
+  const QvPoint2<double> tn = unit_chord(p[n - 2], p[n - 1]);
+  const double yp1 = t0.y / t0.x;
+  const double ypn = tn.y / tn.x;
+  std::vector<double> y2(n);
+  std::vector<double> u(n);
+  y2[0] = -0.5;
+  u[0] = (3.0 / (p[1].x - p[0].x)) * ((p[1].y - p[0].y) / (p[1].x - p[0].x) - yp1);
+  for (size_t i = 1; i + 1 < n; ++i) {
+    const double sig = (p[i].x - p[i - 1].x) / (p[i + 1].x - p[i - 1].x);
+    const double q = sig * y2[i - 1] + 2.0;
+    y2[i] = (sig - 1.0) / q;
+    const double d = (p[i + 1].y - p[i].y) / (p[i + 1].x - p[i].x) -
+                     (p[i].y - p[i - 1].y) / (p[i].x - p[i - 1].x);
+    u[i] = (6.0 * d / (p[i + 1].x - p[i - 1].x) - sig * u[i - 1]) / q;
+  }
+  const double qn = 0.5;
+  const double un = (3.0 / (p[n - 1].x - p[n - 2].x)) *
+                    (ypn - (p[n - 1].y - p[n - 2].y) / (p[n - 1].x - p[n - 2].x));
+  y2[n - 1] = (un - qn * u[n - 2]) / (qn * y2[n - 2] + 1.0);
+  for (size_t k = n - 1; k-- > 0;) y2[k] = y2[k] * y2[k + 1] + u[k];
+  for (size_t i = 0; i + 1 < n; ++i) {
+    const double dx = p[i + 1].x - p[i].x;
+    const double dy = p[i + 1].y - p[i].y;
+    const double m0 = y2[i];
+    const double m1 = y2[i + 1];
+    const QvPoint2<double> right(p[i].x + dx / 3.0,
+                                 p[i].y + (dy - (2.0 * m0 + m1) * dx * dx / 6.0) / 3.0);
+    const QvPoint2<double> left(p[i + 1].x - dx / 3.0,
+                                p[i + 1].y - (dy + (m0 + 2.0 * m1) * dx * dx / 6.0) / 3.0);
+    out.Cubic(right, left, p[i + 1]);
+  }
+}
+
+// Straight segments through the points that a line test keeps: a point stays when the next one
+// strays from the line further than the tolerance, measured in value.
+void linear_reduced(const std::vector<QvPoint2<double>>& p, double tolerance, KeyAppender& out) {
+  const size_t n = p.size();
+  QvPoint2<double> a = p[0];
+  QvPoint2<double> b = p[1];
+  for (size_t k = 2; k < n; ++k) {
+    const double on_line = a.y + (p[k].x - a.x) * (b.y - a.y) / (b.x - a.x);
+    if (std::fabs(on_line - p[k].y) > tolerance) {
+      out.Linear(p[k - 1]);
+      a = p[k - 1];
+      b = p[k];
+    }
+  }
+  out.Linear(p[n - 1]);
+}
+
+}  // namespace
+
+// Points that do not lie after their predecessor, or are not finite, are left out: keys must rise.
+QvStdFCurve::QvStdFCurve(const QvPoint2dArray& points, DPMethod method, double tolerance,
+                         FSKind firstSegmentKind, FSKind segmentKind)
+    : m_impl(new QvStdFCurveImpl(0.0, firstSegmentKind)) {
+  std::vector<QvPoint2<double>> p;
+  for (QvULong i = 0; i < points.GetSize(); ++i) {
+    const QvPoint2<double>& q = points[i];
+    if (!std::isfinite(q.x) || !std::isfinite(q.y)) continue;
+    if (!p.empty() && !(q.x > p.back().x)) continue;
+    p.push_back(q);
+  }
+  if (p.empty() || method < DPCatmullRom || method > DPSplineFit) return;
+  KeyAppender out(*m_impl);
+  out.First(p[0], method == DPLinearReduced ? FSLinear : FSBezierCubic);
+  if (p.size() >= 2) {
+    switch (method) {
+      case DPCatmullRom:
+        catmull_rom(p, out);
+        break;
+      case DPLinearReduced:
+        linear_reduced(p, tolerance, out);
+        break;
+      default:  // DPNaturalSpline and DPSplineFit
+        natural_spline(p, out);
+        break;
+    }
+  }
+  m_impl->Key(m_impl->m_numKeys - 1).segmentKind = static_cast<unsigned char>(segmentKind);
+}
 
 QvStdFCurve::QvStdFCurve(const QvStdFCurve& other) : QvBaseFCurve(other), m_impl(nullptr) {
   LockGuard source(other);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <random>
 #include <vector>
@@ -148,4 +149,49 @@ TEST(StdFCurveWhole, Refusals) {
     EXPECT_EQ(0, c.apply(curve));
     EXPECT_EQ(before, bytes_of(curve));
   }
+}
+
+TEST(StdFCurveWhole, ConstructionFromPoints) {
+  QvPoint2dArray points;
+  const double xs[] = {0.0, 1.0, 2.5, 3.0, 4.0, 6.0};
+  for (double x : xs) points.Add(x, std::sin(x));
+  points.Add(5.0, 9.0);  // not after its predecessor: left out
+  for (auto method : {QvStdFCurve::DPCatmullRom, QvStdFCurve::DPNaturalSpline}) {
+    SCOPED_TRACE(method);
+    QvStdFCurve curve(points, method, 0.0, Base::FSConstant, Base::FSLinear);
+    ASSERT_EQ(6u, curve.GetNumKeys());
+    EXPECT_TRUE(curve.GetImpl()->IsValid());
+    EXPECT_EQ(Base::FSConstant, curve.GetFirstSegmentKind());
+    Base::FSKind kind;
+    ASSERT_EQ(1, curve.GetSegmentKindAtIndex(5, Base::KeySideRight, kind));
+    EXPECT_EQ(Base::FSLinear, kind);
+    for (double x : xs) EXPECT_NEAR(std::sin(x), curve.Eval(x, 0), 1e-12) << x;
+    // Smooth through the interior points.
+    for (QvULong i = 1; i < 5; ++i) EXPECT_TRUE(curve.GetImpl()->TangentsContinuous(i)) << i;
+  }
+  // Straight input gives straight output.
+  QvPoint2dArray line;
+  for (double x : {0.0, 1.0, 3.0, 4.0}) line.Add(x, 2.0 * x + 1.0);
+  for (auto method : {QvStdFCurve::DPCatmullRom, QvStdFCurve::DPNaturalSpline}) {
+    QvStdFCurve curve(line, method, 0.0, Base::FSBezierCubic, Base::FSBezierCubic);
+    for (double x = 0.0; x <= 4.0; x += 0.1) EXPECT_NEAR(2.0 * x + 1.0, curve.Eval(x, 0), 1e-9);
+  }
+}
+
+TEST(StdFCurveWhole, LinearReducedKeepsCorners) {
+  QvPoint2dArray points;
+  const double ys[] = {0.0, 1.0, 2.05, 3.0, 2.0, 1.0, 0.0};
+  for (int i = 0; i < 7; ++i) points.Add(i, ys[i]);
+  QvStdFCurve curve(points, QvStdFCurve::DPLinearReduced, 0.1, Base::FSLinear, Base::FSConstant);
+  QvDoubleArray kept;
+  ASSERT_EQ(3u, curve.GetAllKeyParameters(kept));
+  EXPECT_EQ(0.0, kept[0]);
+  EXPECT_EQ(3.0, kept[1]);
+  EXPECT_EQ(6.0, kept[2]);
+  EXPECT_EQ(1.5, curve.Eval(1.5, 0));
+  EXPECT_EQ(0.0, curve.GetPlusInfinityVal());
+  QvStdFCurve one(QvPoint2dArray(QvPoint2<double>(2.0, 5.0), 1), QvStdFCurve::DPSplineFit, 0.1,
+                  Base::FSLinear, Base::FSLinear);
+  EXPECT_EQ(1u, one.GetNumKeys());
+  EXPECT_EQ(5.0, one.Eval(-3.0, 0));
 }
