@@ -279,7 +279,6 @@ QvULong QvStdFCurve::ReduceNumKeys(double) {
   return m_impl->m_numKeys;
 }
 QvLong QvStdFCurve::ResampleSequence(double, double, double, QvLong, QvLong) { return 0; }
-QvLong QvStdFCurve::SmoothSequence(double, double, const double*, QvULong) { return 0; }
 QvLong QvStdFCurve::ScaleAndOffsetParameters(double, double, double, double, double, QvLong,
                                              QvLong, RegionHandle) {
   return 0;
@@ -455,5 +454,101 @@ QvLong QvStdFCurve::Append(const QvBaseFCurve& other) {
     last.flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
   if (!joined.IsValid()) return 0;
   body.Swap(joined);
+  return 1;
+}
+
+namespace {
+
+struct ParameterRange {
+  double from;
+  double to;
+};
+
+// The ranges that a stretch operation works on. Under a cycling method the ends are folded into
+// the keys, a request of more than a period covers all keys, and one that wraps round the seam is
+// done as two runs. A landing on a seam counts as the first key for the start and as the last key
+// for the end.
+int cycle_ranges(const QvStdFCurveImpl& body, double from, double to, ParameterRange* out) {
+  const QvULong n = body.m_numKeys;
+  const bool cycling = n >= 2 && (body.m_extrapolation == QvBaseFCurve::ExtrapolationCycle ||
+                                  body.m_extrapolation == QvBaseFCurve::ExtrapolationCycleOffset);
+  if (!cycling) {
+    out[0] = {from, to};
+    return 1;
+  }
+  const double f = body.Key(0).parameter;
+  const double l = body.Key(n - 1).parameter;
+  const double period = l - f;
+  auto fold = [&](double x, double seam) {
+    const double r = (x - f) / period;
+    const bool rising = x > f;
+    const double d = rising ? period * (r - std::floor(r)) : period * (std::ceil(r) - r);
+    if (std::fabs(d) <= 1e-9) return seam;
+    const double y = rising ? f + d : l - d;
+    return y < f ? f : (y > l ? l : y);
+  };
+  const double folded_from = fold(from, f);
+  const double folded_to = fold(to, l);
+  const double cf = std::floor((from - f) / period);
+  const double ct = std::ceil((to - f) / period) - 1.0;
+  if (!(cf < ct)) {
+    out[0] = {folded_from, folded_to};
+    return 1;
+  }
+  if (to - from > period) {
+    out[0] = {f, l};
+    return 1;
+  }
+  out[0] = {f, folded_to};
+  out[1] = {folded_from, l};
+  return 2;
+}
+
+}  // namespace
+
+// A filter over the key values of a stretch: right values and arrivals are filtered apart, the
+// kernel centred on each key and cut short at the ends of the stretch without renormalising.
+// Handles ride with their values; value-locked keys keep theirs.
+QvLong QvStdFCurve::SmoothSequence(double from, double to, const double* kernel, QvULong count) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || kernel == nullptr || count == 0) return 0;
+  if (body.m_numKeys == 0) return 1;
+  ParameterRange ranges[2];
+  const int runs = cycle_ranges(body, from, to, ranges);
+  const QvLong half = static_cast<QvLong>((count - 1) / 2);
+  for (int run = 0; run < runs; ++run) {
+    QvULong first;
+    QvULong end;
+    body.SelectInterval(ranges[run].from, ranges[run].to, 0, 0, first, end);
+    const QvLong k = static_cast<QvLong>(end - first);
+    std::vector<double> right(static_cast<size_t>(k));
+    std::vector<double> arrival(static_cast<size_t>(k));
+    for (QvLong i = 0; i < k; ++i) {
+      right[static_cast<size_t>(i)] = body.Key(first + static_cast<QvULong>(i)).rightValue;
+      arrival[static_cast<size_t>(i)] = body.Arrival(first + static_cast<QvULong>(i));
+    }
+    std::vector<double> smooth_right(static_cast<size_t>(k), 0.0);
+    std::vector<double> smooth_arrival(static_cast<size_t>(k), 0.0);
+    for (QvLong i = 0; i < k; ++i) {
+      for (QvLong d = -half; d <= half; ++d) {
+        const QvLong j = i + d;
+        if (j < 0 || j >= k) continue;
+        const double w = kernel[half + d];
+        smooth_right[static_cast<size_t>(i)] += w * right[static_cast<size_t>(j)];
+        smooth_arrival[static_cast<size_t>(i)] += w * arrival[static_cast<size_t>(j)];
+      }
+    }
+    for (QvLong i = 0; i < k; ++i) {
+      QvStdFCurveKey& key = body.Key(first + static_cast<QvULong>(i));
+      if (key.flags & kFlagValueLocked) continue;
+      const double r = smooth_right[static_cast<size_t>(i)];
+      const double a = smooth_arrival[static_cast<size_t>(i)];
+      key.rightHandle.y += r - key.rightValue;
+      key.rightValue = r;
+      key.leftHandle.y += a - arrival[static_cast<size_t>(i)];
+      key.leftValue = a;
+    }
+  }
   return 1;
 }

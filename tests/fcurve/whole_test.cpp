@@ -195,3 +195,27 @@ TEST(StdFCurveWhole, LinearReducedKeepsCorners) {
   EXPECT_EQ(1u, one.GetNumKeys());
   EXPECT_EQ(5.0, one.Eval(-3.0, 0));
 }
+
+TEST(StdFCurveWhole, SmoothSequence) {
+  QvStdFCurve curve;
+  const double ys[] = {0.0, 3.0, 0.0, 3.0, 0.0, 9.0};
+  for (int i = 0; i < 6; ++i) append_key(curve, i, ys[i], Base::FSLinear);
+  const double kernel[] = {0.25, 0.5, 0.25};
+  ASSERT_EQ(1, curve.SmoothSequence(1.0, 4.0, kernel, 3));
+  // Keys 1 to 4 are filtered among themselves; the ends of the stretch lose a quarter.
+  const double want[] = {0.0, 1.5, 1.5, 1.5, 0.75, 9.0};
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_DOUBLE_EQ(want[i], curve.Eval(i, 0)) << i;
+    EXPECT_DOUBLE_EQ(want[i], curve.EvalLeft(i, 0)) << i;
+  }
+  EXPECT_EQ(0, curve.SmoothSequence(0.0, 5.0, nullptr, 3));
+  // Cycling: a stretch that wraps round the seam smooths both of its ends.
+  QvStdFCurve cyclic;
+  for (int i = 0; i < 6; ++i) append_key(cyclic, i, ys[i], Base::FSLinear);
+  qv::test::set_extrapolation(cyclic, Base::ExtrapolationCycle);
+  ASSERT_EQ(1, cyclic.SmoothSequence(4.5, 6.5, kernel, 3));  // folds to [0, 1.5] and [4.5, 5]
+  EXPECT_DOUBLE_EQ(0.75, cyclic.Eval(0.0, 0));
+  EXPECT_DOUBLE_EQ(1.5, cyclic.Eval(1.0, 0));
+  EXPECT_EQ(0.0, cyclic.Eval(2.0, 0));
+  EXPECT_DOUBLE_EQ(4.5, cyclic.EvalLeft(5.0, 0));
+}
