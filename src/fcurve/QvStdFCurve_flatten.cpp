@@ -19,6 +19,9 @@ constexpr QvLong kFlagFirst = 0;
 constexpr QvLong kFlagInner = 1;
 constexpr QvLong kFlagJump = 2;
 
+// The most samples EvalSequence gives in one call.
+constexpr double kMaxSamples = 268435456.0;
+
 // Appends transformed pieces of the curve to three parallel arrays, clipped to an extent given in
 // drawing coordinates. Straight pieces and jumps go through the cubic clipper as straight cubics,
 // so that every piece is clipped and joined to its predecessor by the same rule.
@@ -258,6 +261,9 @@ QvULong QvStdFCurve::FlattenFromTo(const QvExtent2<double>& extent, const QvTran
 QvULong QvStdFCurve::EvalSequence(double from, double to, double step, double tolerance,
                                   QvDoubleArray& parameters, QvDoubleArray& values,
                                   QvLong clamp) const {
+  // Ends that are not finite, or more samples than an array can hold, are refused outright.
+  if (!std::isfinite(from) || !std::isfinite(to)) return 0;
+  if (step > 0.0 && (to - from) / step > kMaxSamples) return 0;
   LockGuard guard(*this);
   const QvStdFCurveImpl& body = *m_impl;
   QvExtent2<double> extent;
@@ -278,11 +284,12 @@ QvULong QvStdFCurve::EvalSequence(double from, double to, double step, double to
     values.Add(value_of(first_value));
     ++count;
   }
-  if (m != 0 && step > 0.0) {
+  if (m != 0) {
     QvULong j = 0;
     for (double i = 0.0;; i += 1.0) {
       const double x = from + i * step;
-      if (!(x < to)) break;
+      // A step that does not advance gives the first sample only.
+      if (!(x < to) || (i > 0.0 && !(step > 0.0))) break;
       // Advance to the last vertex at or before x; at a jump that is its far end.
       while (j + 1 < m && line[j + 1].x <= x) ++j;
       double v;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 
 using qv::test::append_key;
@@ -93,4 +94,42 @@ TEST(StdFCurveSequence, FlattenMarksJumps) {
   }
   QvStdFCurve empty;
   EXPECT_EQ(0u, empty.Flatten(QvTransfo4(), 1e-3, points, tags, 0));
+}
+
+// Bad arguments give some answer, never a fault: the sanitizer build runs these.
+TEST(StdFCurveSequence, HostileArguments) {
+  std::mt19937 rng(61);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  for (int method = 1; method <= 4; ++method) {
+    SCOPED_TRACE(method);
+    QvStdFCurve curve;
+    fill_random(curve, rng, 5);
+    set_extrapolation(curve, static_cast<Base::ExtrapolationMethod>(method));
+    for (double x : {nan, inf, -inf, 1e300, -1e300}) {
+      curve.Eval(x, 1);
+      curve.EvalLeft(x, 0);
+      curve.FoldParameter(x);
+      curve.EvalIntegral(0.0, x);
+      double p = 0.0;
+      curve.EvalInverse(x, p, 0);
+      QvDoubleArray xs, vs;
+      const QvULong samples = curve.EvalSequence(x, 1.0, 0.5, 1e-3, xs, vs, 0);
+      if (!std::isfinite(x) || x < 0.0) {
+        EXPECT_EQ(0u, samples);  // no ends to start from, or far too many samples
+      }
+      curve.EvalSequence(0.0, 1.0, 0.1, x, xs, vs, 0);
+      QvPoint2dArray points;
+      QvPointTagArray tags;
+      QvBoolArray flags;
+      QvExtent2<double> extent;
+      extent.state = QvExtent2<double>::ExtentBounded;
+      extent.min = QvPoint2<double>(x, -1.0);
+      extent.max = QvPoint2<double>(2.0, 1.0);
+      curve.FlattenFromTo(extent, QvTransfo4(), 1e-3, points, tags, flags, 0);
+      curve.Flatten(QvTransfo4(), x, points, tags, 1);
+    }
+    QvDoubleArray xs, vs;
+    EXPECT_EQ(2u, curve.EvalSequence(0.0, 1.0, 0.0, 1e-3, xs, vs, 0));  // no step: the two ends
+  }
 }
