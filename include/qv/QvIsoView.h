@@ -12,13 +12,17 @@
 class QV_API QvIsoView {
  public:
   // One view unit is unitX by unitY world units, and the centre of the view rectangle lies at
-  // the world origin.
-  QvIsoView(double viewWidth, double unitX, double viewHeight, double unitY, double unitZ);
-  QvIsoView();
+  // the world origin. Every argument left out is 1.
+  QvIsoView(double viewWidth = 1.0, double unitX = 1.0, double viewHeight = 1.0,
+            double unitY = 1.0, double unitZ = 1.0);
   QvIsoView(const QvIsoView& other);
   QvIsoView& operator=(const QvIsoView& other);
 
+  // References to the two transforms themselves. A caller who changes one through them
+  // keeps the other its inverse.
+  QvTransfo4& GetWorldToView();
   QvTransfo4 const& GetWorldToView() const;
+  QvTransfo4& GetViewToWorld();
   QvTransfo4 const& GetViewToWorld() const;
   double GetViewWidth() const;
   double GetViewHeight() const;
@@ -26,6 +30,7 @@ class QV_API QvIsoView {
   void SetViewWidth(double viewWidth);
   void SetViewHeight(double viewHeight);
 
+  // Sizes of at least 0 and two transforms that can be inverted.
   QvLong IsValid() const;
 
   // `delta` is in view units.
@@ -41,14 +46,15 @@ class QV_API QvIsoView {
   double GetViewUnitVectorLengthInWorld() const;
   double GetWorldUnitVectorLengthInView() const;
 
+  // The state is an open record, in this order, like the library's other plain values.
+  QvTransfo4 worldToView;  // always the inverse of viewToWorld
+  QvTransfo4 viewToWorld;  // the one that pan, zoom and fit compose on
+  double viewWidth;        // in view units; a negative size is storable but not valid
+  double viewHeight;
+
  private:
   // Inverts viewToWorld into worldToView; when that fails, restores `saved`.
   void CommitOrRestore(const QvIsoView& saved);
-
-  QvTransfo4 m_worldToView;
-  QvTransfo4 m_viewToWorld;
-  double m_viewWidth;
-  double m_viewHeight;
 };
 
 #endif

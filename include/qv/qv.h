@@ -15,5 +15,7 @@
 #include <qv/QvStdFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
+#include <qv/QvShape2f.h>
+#include <qv/QvPath2f.h>
 
 #endif

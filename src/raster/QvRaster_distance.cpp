@@ -49,10 +49,11 @@ void propagate_row(Coord* dx, Coord* dy, const Coord* from_dx, const Coord* from
   using Value = decltype(Norm::norm(Coord(), Coord()));
   // Vertical step: independent across the row.
   for (std::int64_t x = 0; x < w; ++x) {
+    const Coord ox = dx[x], oy = dy[x];
     const Coord cx = from_dx[x], cy = static_cast<Coord>(from_dy[x] + 1);
-    const bool take = Norm::norm(dx[x], dy[x]) > Norm::norm(cx, cy);
-    dx[x] = take ? cx : dx[x];
-    dy[x] = take ? cy : dy[x];
+    const bool take = Norm::norm(ox, oy) > Norm::norm(cx, cy);
+    dx[x] = take ? cx : ox;
+    dy[x] = take ? cy : oy;
   }
   // Horizontal steps: each pixel's result feeds the next, carried in
   // registers together with its norm.
@@ -97,8 +98,12 @@ void distance_map_in(QvRaster<T>& raster, QvRaster<unsigned char> const& mask, b
   if (mask.pixels != nullptr && mask.width > 0 && mask.height > 0)
     mask_count = std::min<std::int64_t>(static_cast<std::int64_t>(mask.width) * mask.height, count);
 
-  std::unique_ptr<Coord[]> dx(new Coord[static_cast<std::size_t>(count)]);
-  std::unique_ptr<Coord[]> dy(new Coord[static_cast<std::size_t>(count)]);
+  // If the second block cannot be had, the first goes back before the
+  // failure reaches the caller.
+  const std::unique_ptr<Coord[]> dx_block(new Coord[static_cast<std::size_t>(count)]);
+  const std::unique_ptr<Coord[]> dy_block(new Coord[static_cast<std::size_t>(count)]);
+  Coord* const dx = dx_block.get();
+  Coord* const dy = dy_block.get();
   const Coord big = static_cast<Coord>(std::max(w, h) + 1);
   for (std::int64_t i = 0; i < count; ++i) {
     const bool seed = i < mask_count && mask.pixels[i] == 1;
@@ -110,9 +115,9 @@ void distance_map_in(QvRaster<T>& raster, QvRaster<unsigned char> const& mask, b
   // the downward one; a single row therefore propagates nothing.
   if (h >= 2) {
     for (std::int64_t y = 1; y < h; ++y)
-      propagate_row<Norm>(&dx[y * w], &dy[y * w], &dx[(y - 1) * w], &dy[(y - 1) * w], w);
+      propagate_row<Norm>(dx + y * w, dy + y * w, dx + (y - 1) * w, dy + (y - 1) * w, w);
     for (std::int64_t y = h - 2; y >= 0; --y)
-      propagate_row<Norm>(&dx[y * w], &dy[y * w], &dx[(y + 1) * w], &dy[(y + 1) * w], w);
+      propagate_row<Norm>(dx + y * w, dy + y * w, dx + (y + 1) * w, dy + (y + 1) * w, w);
   }
 
   T* out = raster.pixels;

@@ -19,6 +19,7 @@ struct Affine3 {
         m10(m[10]), m12(m[12]), m13(m[13]), m14(m[14]) {}
 };
 
+// The point is read whole before anything is written, so `in` and `out` may be one point.
 template <class T>
 inline void map2(const Affine2& f, const QvPoint2<T>& in, QvPoint2<T>& out) {
   const double x = in.x, y = in.y;
@@ -32,6 +33,23 @@ inline void map3(const Affine3& f, const QvPoint3<T>& in, QvPoint3<T>& out) {
   out.x = static_cast<T>(f.m0 * x + f.m4 * y + f.m8 * z + f.m12);
   out.y = static_cast<T>(f.m1 * x + f.m5 * y + f.m9 * z + f.m13);
   out.z = static_cast<T>(f.m2 * x + f.m6 * y + f.m10 * z + f.m14);
+}
+
+// The two-operand forms store each coordinate as soon as it is formed and read the input
+// again for the next one: given one point as both input and output, y comes from the new x
+// (and z from the new x and y). MapInPlace is the form for that case. Float coordinates are
+// widened by the arithmetic itself.
+template <class T>
+inline void map2_into(const Affine2& f, const QvPoint2<T>& in, QvPoint2<T>& out) {
+  out.x = static_cast<T>(f.a * in.x + f.c * in.y + f.tx);
+  out.y = static_cast<T>(f.b * in.x + f.d * in.y + f.ty);
+}
+
+template <class T>
+inline void map3_into(const Affine3& f, const QvPoint3<T>& in, QvPoint3<T>& out) {
+  out.x = static_cast<T>(f.m0 * in.x + f.m4 * in.y + f.m8 * in.z + f.m12);
+  out.y = static_cast<T>(f.m1 * in.x + f.m5 * in.y + f.m9 * in.z + f.m13);
+  out.z = static_cast<T>(f.m2 * in.x + f.m6 * in.y + f.m10 * in.z + f.m14);
 }
 
 // Bounding box of the four mapped corners. Each corner is narrowed to T before it is compared,
@@ -95,7 +113,7 @@ QvPoint2<float> QvTransfo4::Map(QvPoint2<float> const& p) const {
   return r;
 }
 void QvTransfo4::Map(QvPoint2<float> const& in, QvPoint2<float>& out) const {
-  map2(Affine2(m_matrix), in, out);
+  map2_into(Affine2(m_matrix), in, out);
 }
 void QvTransfo4::MapInPlace(QvPoint2<float>& p) const {
   map2(Affine2(m_matrix), p, p);
@@ -107,7 +125,7 @@ QvPoint2<double> QvTransfo4::Map(QvPoint2<double> const& p) const {
   return r;
 }
 void QvTransfo4::Map(QvPoint2<double> const& in, QvPoint2<double>& out) const {
-  map2(Affine2(m_matrix), in, out);
+  map2_into(Affine2(m_matrix), in, out);
 }
 void QvTransfo4::MapInPlace(QvPoint2<double>& p) const {
   map2(Affine2(m_matrix), p, p);
@@ -119,7 +137,7 @@ QvPoint3<float> QvTransfo4::Map(QvPoint3<float> const& p) const {
   return r;
 }
 void QvTransfo4::Map(QvPoint3<float> const& in, QvPoint3<float>& out) const {
-  map3(Affine3(m_matrix), in, out);
+  map3_into(Affine3(m_matrix), in, out);
 }
 void QvTransfo4::MapInPlace(QvPoint3<float>& p) const {
   map3(Affine3(m_matrix), p, p);
@@ -131,7 +149,7 @@ QvPoint3<double> QvTransfo4::Map(QvPoint3<double> const& p) const {
   return r;
 }
 void QvTransfo4::Map(QvPoint3<double> const& in, QvPoint3<double>& out) const {
-  map3(Affine3(m_matrix), in, out);
+  map3_into(Affine3(m_matrix), in, out);
 }
 void QvTransfo4::MapInPlace(QvPoint3<double>& p) const {
   map3(Affine3(m_matrix), p, p);

@@ -86,6 +86,16 @@ TEST(QvQuat, EulerRoundTripNearTheHint) {
   EXPECT_EQ(1, got == e);
   QvQuat().Get(got, QvPoint3<double>(2 * kPi, 0, 0));
   EXPECT_TRUE(got.x == 2 * kPi && got.y == 0 && got.z == 0);
+  // In gimbal lock with x - z (y up) or x + z (y down) under 1e-6, x and z both take the
+  // hints' mean; with y down it is negated, and the angles no longer give the rotation.
+  for (const double y : {kPi / 2, -kPi / 2}) {
+    SCOPED_TRACE(y);
+    QvQuat(QvPoint3<double>(0, y, 0)).Get(got, QvPoint3<double>(0.4, 0, 0.2));
+    const double want = y > 0 ? 0.3 : -0.3;
+    EXPECT_NEAR(want, got.x, 1e-15);
+    EXPECT_NEAR(want, got.z, 1e-15);
+    EXPECT_EQ(y, got.y);
+  }
   // A half turn about z: only x and z are scored, (0, 0, pi) and (pi, pi, 0) tie, and a tie
   // goes to the second triple.
   QvQuat(0, 0, 0, 1).Get(got);

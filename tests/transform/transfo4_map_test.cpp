@@ -26,6 +26,14 @@ TEST(Transfo4Map, PointArithmetic) {
   double out[4];
   t.Map(in, out);
   EXPECT_TRUE(out[0] == 79 && out[3] == 123);
+  // The two-operand forms write x before they read the input again: one point given as both
+  // input and output gets y (and z) from the new x. MapInPlace is the form for that.
+  QvPoint2<double> same2(1, 2);
+  QvPoint3<double> same3(1, 2, 3);
+  t.Map(same2, same2);
+  t.Map(same3, same3);
+  EXPECT_TRUE(same2.x == 13 && same2.y == 61);
+  EXPECT_TRUE(same3.x == 40 && same3.y == 172 && same3.z == 1280);
 
   QvTransfo4 f;
   f.Translate(-1, -1, -1).Scale(3);

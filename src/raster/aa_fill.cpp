@@ -1,0 +1,312 @@
+// Anti-aliased fill by sub-sample masks.
+//
+// Each pixel owns one mask word with a bit per sub-sample (bit s*j+i for
+// sub-column i of sub-row j). Spans of a sub-scan-line set bits in the newest of
+// three rolling rows of words; when a pixel row is complete its value is the
+// number of set bits in a box of (s+2r) by (s+2r) sub-samples centred on the
+// pixel, scaled to the pixel type. With r = 0 the box is the pixel's own word;
+// otherwise it reaches r sub-samples into the eight neighbours, and the output
+// lags one pixel row behind the scan.
+#include "raster/fill_internal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+namespace qv::internal {
+
+namespace {
+
+std::int32_t scale_to_long(double value) noexcept {
+  if (!(value == value)) return 0;
+  if (value <= -2147483648.0) return std::numeric_limits<std::int32_t>::min();
+  if (value >= 2147483647.0) return std::numeric_limits<std::int32_t>::max();
+  return static_cast<std::int32_t>(value);
+}
+
+template <int S>
+struct Mask;
+
+template <>
+struct Mask<4> {
+  using Word = std::uint32_t;
+  static constexpr int kShift = 2;
+  static constexpr Word kSubRow = 0xF;
+  static Word** Rows(CFillContext& context) noexcept { return context.maskRows32; }
+  static unsigned Count(Word w) noexcept { return BitCountTable[w & 0xFFFFu]; }
+};
+
+template <>
+struct Mask<8> {
+  using Word = std::uint64_t;
+  static constexpr int kShift = 3;
+  static constexpr Word kSubRow = 0xFF;
+  static Word** Rows(CFillContext& context) noexcept { return context.maskRows64; }
+  static unsigned Count(Word w) noexcept {
+    return static_cast<unsigned>(BitCountTable[w & 0xFFFFu]) + BitCountTable[(w >> 16) & 0xFFFFu] +
+           BitCountTable[(w >> 32) & 0xFFFFu] + BitCountTable[(w >> 48) & 0xFFFFu];
+  }
+};
+
+// Count to pixel. The byte and short stores are the 32-bit fixed-point products
+// of the interface; opacity is not clamped, so an over-opaque fill wraps into
+// the low bits as the integer arithmetic gives it.
+template <class T>
+struct Store;
+
+template <>
+struct Store<unsigned char> {
+  std::uint32_t scale;
+  Store(double opacity, QvLong n) : scale(static_cast<std::uint32_t>(aa_byte_scale(opacity, n))) {}
+  unsigned char operator()(unsigned count) const noexcept {
+    const auto v = static_cast<std::int32_t>(count * scale + 32768u);
+    return static_cast<unsigned char>(v >> 16);
+  }
+};
+
+template <>
+struct Store<short> {
+  std::uint32_t scale;
+  Store(double opacity, QvLong n) : scale(static_cast<std::uint32_t>(aa_short_scale(opacity, n))) {}
+  short operator()(unsigned count) const noexcept {
+    const auto v = static_cast<std::int32_t>(count * scale + 8192u);
+    return static_cast<short>(v >> 14);
+  }
+};
+
+template <>
+struct Store<float> {
+  float scale;
+  Store(double opacity, QvLong n) : scale(static_cast<float>(opacity / static_cast<double>(n))) {}
+  float operator()(unsigned count) const noexcept { return static_cast<float>(count) * scale; }
+};
+
+template <class T, int S>
+class AAScan {
+ public:
+  using Word = typename Mask<S>::Word;
+
+  AAScan(CFillContext& context, QvLong num_points, const FillBox& box,
+         const AAFillParams& params, const PixelRows<T>& raster, PollFunction poll)
+      : m_context(context),
+        m_walker(context, num_points, params.winding),
+        m_raster(raster),
+        m_poll(poll),
+        m_radius(params.radius),
+        m_store(std::fabs(params.opacity - 1.0) > 1e-07 ? params.opacity : 1.0,
+                (S + 2 * params.radius) * (S + 2 * params.radius)),
+        m_opaqueCoverage(std::is_same<T, unsigned char>::value && S == 4 && params.radius == 0 &&
+                         !(std::fabs(params.opacity - 1.0) > 1e-07)),
+        m_pollEverySubRow(!(S == 4 && !params.winding)) {
+    m_p = (m_radius + S - 1) / S;
+    m_xLo = std::max(box.xMin - m_p, 0);
+    m_xHi = std::min(static_cast<std::int64_t>(box.xMax) + m_p,
+                     static_cast<std::int64_t>(raster.width));
+    m_yLo = std::max(box.yMin - m_p, 0);
+    m_yHi = std::min(static_cast<std::int64_t>(box.yMax) + m_p,
+                     static_cast<std::int64_t>(raster.height));
+  }
+
+  void Run() {
+    if (m_xLo >= m_xHi || m_yLo >= m_yHi) return;
+    const QvLong first = static_cast<QvLong>(m_xLo - m_p);
+    const QvLong end = static_cast<QvLong>(m_xHi + m_p);
+    const std::int64_t py0 = m_yLo - m_p;
+    const std::int64_t py1 = m_yHi + m_p;
+    m_first = first;
+    m_end = end;
+
+    Word** rows = Mask<S>::Rows(m_context);
+    m_context.maskRowFirst = first;
+    m_context.maskRowEnd = end;
+    const std::size_t words = static_cast<std::size_t>(end - first);
+    const int row_count = m_p == 1 ? 3 : 1;
+    for (int k = 0; k < row_count; ++k) rows[k] = new Word[words]() - first;
+    m_new = rows[0];
+    m_mid = row_count == 3 ? rows[1] : nullptr;
+    m_old = row_count == 3 ? rows[2] : nullptr;
+    for (Range& r : m_ranges) r = Range{end, first - 1};
+
+    // Sub-sample centres lie at sy + 0.5 in the scaled polygon.
+    const double x_min = static_cast<double>(first) * S;
+    const double x_max = static_cast<double>(end) * S;
+    for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy) {
+      const int j = static_cast<int>(sy & (S - 1));
+      if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return;
+      m_walker.Advance(static_cast<double>(sy) - 0.5, static_cast<double>(sy) + 0.5);
+      const int shift = S * j;
+      Word* row = m_new;
+      Range& touched = m_ranges[0];
+      m_walker.Spans(x_min, x_max, [row, shift, &touched](std::int64_t left, std::int64_t right) {
+        const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+        const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+        if (a < touched.first) touched.first = a;
+        if (b > touched.last) touched.last = b;
+        const int c0 = static_cast<int>(left & (S - 1));
+        const int c1 = static_cast<int>(right & (S - 1));
+        const Word head = static_cast<Word>((Mask<S>::kSubRow << c0) & Mask<S>::kSubRow);
+        const Word tail = static_cast<Word>(Mask<S>::kSubRow >> (S - 1 - c1));
+        if (a == b) {
+          row[a] |= static_cast<Word>((head & tail) << shift);
+        } else {
+          row[a] |= static_cast<Word>(head << shift);
+          const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
+          for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
+          row[b] |= static_cast<Word>(tail << shift);
+        }
+      });
+      m_walker.Step();
+      if (((sy + 1) & (S - 1)) == 0) {
+        const std::int64_t py = (sy + 1) / S - 1;
+        if (m_p == 0)
+          FlushPlain(static_cast<QvLong>(py));
+        else
+          FlushFiltered(static_cast<QvLong>(py), py0);
+      }
+    }
+  }
+
+ private:
+  struct Range {
+    QvLong first;
+    QvLong last;
+  };
+
+  void Clear(Word* row, Range& range) noexcept {
+    if (range.first <= range.last)
+      std::fill(row + range.first, row + range.last + 1, Word{0});
+    range = Range{m_end, m_first - 1};
+  }
+
+  void FlushPlain(QvLong py) noexcept {
+    Range& touched = m_ranges[0];
+    if (touched.first <= touched.last) {
+      T* out = m_raster.Row(py);
+      if (m_opaqueCoverage) {
+        for (QvLong x = touched.first; x <= touched.last; ++x)
+          out[x] = static_cast<T>(CoverageByteTable[m_new[x] & 0xFFFFu]);
+      } else {
+        for (QvLong x = touched.first; x <= touched.last; ++x)
+          out[x] = m_store(Mask<S>::Count(m_new[x]));
+      }
+    }
+    Clear(m_new, touched);
+  }
+
+  void FlushFiltered(QvLong py, std::int64_t py0) noexcept {
+    if (py >= py0 + 2) {
+      QvLong m = std::min({m_ranges[0].first, m_ranges[1].first, m_ranges[2].first});
+      QvLong big_m = std::max({m_ranges[0].last, m_ranges[1].last, m_ranges[2].last});
+      const auto x_lo = static_cast<QvLong>(m_xLo);
+      const auto x_hi = static_cast<QvLong>(m_xHi);
+      const QvLong left = m <= x_lo ? x_lo : m - 1;
+      const QvLong right = big_m >= x_hi - 1 ? x_hi - 1 : big_m + 1;
+      if (left <= right) WriteBoxRow(py - 1, left, right);
+    }
+    // The oldest row is reused as the newest.
+    Word* reused = m_old;
+    m_old = m_mid;
+    m_mid = m_new;
+    m_new = reused;
+    const Range reused_range = m_ranges[2];
+    m_ranges[2] = m_ranges[1];
+    m_ranges[1] = m_ranges[0];
+    m_ranges[0] = reused_range;
+    Clear(m_new, m_ranges[0]);
+  }
+
+  // The box of one pixel is three column sums of its own and its two
+  // neighbouring columns of words: the part of the left neighbour's words that
+  // lies in the box, the whole centre column and the part of the right
+  // neighbour's. Each column's sums are computed once and slid along.
+  void WriteBoxRow(QvLong y, QvLong left, QvLong right) noexcept {
+    const int r = static_cast<int>(m_radius);
+    Word rows_first = 0, rows_last = 0, cols_first = 0, cols_last = 0;
+    for (int j = 0; j < S; ++j) {
+      for (int i = 0; i < S; ++i) {
+        const Word bit = static_cast<Word>(Word{1} << (S * j + i));
+        if (j < r) rows_first |= bit;
+        if (j >= S - r) rows_last |= bit;
+        if (i < r) cols_first |= bit;
+        if (i >= S - r) cols_last |= bit;
+      }
+    }
+    const Word* o = m_old;
+    const Word* mid = m_mid;
+    const Word* n = m_new;
+    auto sums = [&](QvLong c, unsigned& as_left, unsigned& as_centre, unsigned& as_right) {
+      const Word wo = static_cast<Word>(o[c] & rows_last);
+      const Word wm = mid[c];
+      const Word wn = static_cast<Word>(n[c] & rows_first);
+      as_left = Mask<S>::Count(wo & cols_last) + Mask<S>::Count(wm & cols_last) +
+                Mask<S>::Count(wn & cols_last);
+      as_centre = Mask<S>::Count(wo) + Mask<S>::Count(wm) + Mask<S>::Count(wn);
+      as_right = Mask<S>::Count(wo & cols_first) + Mask<S>::Count(wm & cols_first) +
+                 Mask<S>::Count(wn & cols_first);
+    };
+    T* out = m_raster.Row(y);
+    unsigned l0, c0, r0, l1, c1, r1, l2, c2, r2;
+    sums(left - 1, l0, c0, r0);
+    sums(left, l1, c1, r1);
+    for (QvLong x = left; x <= right; ++x) {
+      sums(x + 1, l2, c2, r2);
+      out[x] = m_store(l0 + c1 + r2);
+      l0 = l1;
+      c0 = c1;
+      r0 = r1;
+      l1 = l2;
+      c1 = c2;
+      r1 = r2;
+    }
+    (void)c0;
+    (void)r0;
+  }
+
+  CFillContext& m_context;
+  EdgeWalker m_walker;
+  PixelRows<T> m_raster;
+  PollFunction m_poll;
+  QvLong m_radius;
+  Store<T> m_store;
+  bool m_opaqueCoverage;
+  bool m_pollEverySubRow;
+  QvLong m_p = 0;
+  std::int64_t m_xLo = 0, m_xHi = 0, m_yLo = 0, m_yHi = 0;
+  QvLong m_first = 0, m_end = 0;
+  Word* m_new = nullptr;
+  Word* m_mid = nullptr;
+  Word* m_old = nullptr;
+  Range m_ranges[3] = {};
+};
+
+}  // namespace
+
+std::int32_t aa_byte_scale(double opacity, QvLong n) {
+  return scale_to_long((opacity * 255.0 / static_cast<double>(n)) * 65536.0 + 0.5);
+}
+
+std::int32_t aa_short_scale(double opacity, QvLong n) {
+  return scale_to_long((opacity * 16384.0 / static_cast<double>(n)) * 16384.0 + 0.5);
+}
+
+template <class T>
+void aa_fill(CFillContext& context, QvLong num_points, const FillBox& box,
+             const AAFillParams& params, const PixelRows<T>& raster, PollFunction poll) {
+  if (params.super_sampling == 4) {
+    AAScan<T, 4> scan(context, num_points, box, params, raster, poll);
+    scan.Run();
+  } else {
+    AAScan<T, 8> scan(context, num_points, box, params, raster, poll);
+    scan.Run();
+  }
+}
+
+template void aa_fill<unsigned char>(CFillContext&, QvLong, const FillBox&, const AAFillParams&,
+                                     const PixelRows<unsigned char>&, PollFunction);
+template void aa_fill<short>(CFillContext&, QvLong, const FillBox&, const AAFillParams&,
+                             const PixelRows<short>&, PollFunction);
+template void aa_fill<float>(CFillContext&, QvLong, const FillBox&, const AAFillParams&,
+                             const PixelRows<float>&, PollFunction);
+
+}  // namespace qv::internal

@@ -1,0 +1,180 @@
+// Soft fill as a separable convolution of the hard fill.
+//
+// The first pass convolves each row's spans with the kernel into a plane that
+// has a margin of n on every side. Within a span the sum of kernel entries that
+// fall inside it is a difference of two tail sums, so a span costs one
+// operation a pixel whatever the kernel's length; where the whole kernel lies
+// inside, exactly 1.0 is stored. The second pass walks each column of the
+// plane: runs of values at or above 1.0 are spans again and take the tail sums,
+// zeros are skipped, and only the edge zones in between pay the full kernel.
+#include "raster/fill_internal.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace qv::internal {
+
+namespace {
+
+// Adds the convolution of the unit span [first, last] with the kernel into
+// out[u] for u from lo to hi, u and the span in the same index space.
+inline void add_span(double* out, std::int64_t first, std::int64_t last, std::int64_t lo,
+                     std::int64_t hi, std::int64_t n, const double* tail) noexcept {
+  const std::int64_t two_n = 2 * n;
+  for (std::int64_t u = lo; u <= hi; ++u) {
+    const std::int64_t a = u - n;
+    std::int64_t k0 = first - a;
+    if (k0 <= 0) k0 = 0;
+    const std::int64_t k1 = std::min(u + n, last) - a;
+    if (k0 == 0 && k1 == two_n)
+      out[u] = 1.0;
+    else if (k1 == two_n)
+      out[u] += tail[k0];
+    else
+      out[u] += tail[k0] - tail[k1 + 1];
+  }
+}
+
+std::int64_t truncate_saturated(double v) noexcept {
+  if (!(v == v)) return 0;
+  if (v <= -9.2e18) return std::numeric_limits<std::int64_t>::min();
+  if (v >= 9.2e18) return std::numeric_limits<std::int64_t>::max();
+  return static_cast<std::int64_t>(v);
+}
+
+template <class T>
+T store(double c) noexcept;
+template <>
+unsigned char store<unsigned char>(double c) noexcept {
+  return static_cast<unsigned char>(truncate_saturated(c * 255.0 + 0.5) & 0xFF);
+}
+template <>
+short store<short>(double c) noexcept {
+  return static_cast<short>(static_cast<std::uint16_t>(truncate_saturated(c * 16384.0 + 0.5) & 0xFFFF));
+}
+template <>
+float store<float>(double c) noexcept {
+  return static_cast<float>(c);
+}
+
+}  // namespace
+
+QvLong soft_fill_half_width(double total_offset) {
+  double n = std::ceil(total_offset - 0.5);
+  if (!(n >= 1.0)) n = 1.0;
+  if (n > 1.0e8) throw std::bad_alloc();
+  return static_cast<QvLong>(n);
+}
+
+void allocate_soft_buffers(CFillContext& context, QvLong n, QvLong width, QvLong height) {
+  const std::size_t kernel_size = 2 * static_cast<std::size_t>(n) + 1;
+  const std::size_t plane_width = static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(n);
+  const std::size_t plane_height = static_cast<std::size_t>(height) + 2 * static_cast<std::size_t>(n);
+  if (plane_height != 0 &&
+      plane_width > std::numeric_limits<std::size_t>::max() / sizeof(double) / plane_height)
+    throw std::bad_alloc();
+  context.kernel = new double[kernel_size]();
+  context.kernelTail = new double[kernel_size]();
+  context.plane = new double[plane_width * plane_height]();
+  context.column = new double[plane_height]();
+}
+
+template <class T>
+bool soft_fill(CFillContext& context, QvLong num_points, const FillBox& box, bool winding, QvLong n,
+               double opacity, const PixelRows<T>& raster, PollFunction poll) {
+  const std::int64_t n64 = n;
+  const std::int64_t plane_width = static_cast<std::int64_t>(raster.width) + 2 * n64;
+  const std::int64_t plane_height = static_cast<std::int64_t>(raster.height) + 2 * n64;
+  double* plane = context.plane;
+  const double* kernel = context.kernel;
+  const double* tail = context.kernelTail;
+
+  EdgeWalker walker(context, num_points, winding);
+  const double x_min = box.xMin;
+  const double x_max = box.xMax;
+  for (QvLong y = box.yMin; y < box.yMax; ++y) {
+    if (poll != nullptr && poll() != 0) return false;
+    walker.Advance(static_cast<double>(y) - 0.5, static_cast<double>(y) + 0.5);
+    // Plane column x+n holds raster column x: offset the row by n.
+    double* row = plane + (static_cast<std::int64_t>(y) + n64) * plane_width + n64;
+    walker.Spans(x_min, x_max, [row, n64, tail](std::int64_t left, std::int64_t right) {
+      add_span(row, left, right, left - n64, right + n64, n64, tail);
+    });
+    walker.Step();
+  }
+
+  double* column = context.column;
+  for (QvLong x = 0; x < raster.width; ++x) {
+    if (poll != nullptr && poll() != 0) return false;
+    const double* source = plane + static_cast<std::int64_t>(x) + n64;
+    for (std::int64_t i = 0; i < plane_height; ++i) {
+      const double v = source[i * plane_width];
+      if (v >= 1.0) {
+        std::int64_t e = i;
+        while (e + 1 < plane_height && source[(e + 1) * plane_width] >= 1.0) ++e;
+        add_span(column, i, e, std::max<std::int64_t>(i - n64, 0),
+                 std::min<std::int64_t>(e + n64, plane_height - 1), n64, tail);
+        i = e;
+      } else if (v <= 0.0) {
+        continue;
+      } else {
+        const std::int64_t j0 = std::max<std::int64_t>(0, n64 - i);
+        const std::int64_t j1 = std::min<std::int64_t>(2 * n64, plane_height - 1 - i + n64);
+        for (std::int64_t j = j0; j <= j1; ++j) column[i - n64 + j] += v * kernel[j];
+      }
+    }
+    for (QvLong y = 0; y < raster.height; ++y)
+      raster.Row(y)[x] = store<T>(column[static_cast<std::int64_t>(y) + n64] * opacity);
+    std::fill(column, column + plane_height, 0.0);
+  }
+  return true;
+}
+
+template <>
+void mask_by_coverage<unsigned char>(unsigned char* d, const unsigned char* m,
+                                     std::size_t count) noexcept {
+  for (std::size_t k = 0; k < count; ++k) {
+    if (m[k] == 0) {
+      d[k] = 0;
+    } else if (m[k] != 1) {
+      const float product = (static_cast<float>(m[k]) * 0.003921569f) *
+                            (static_cast<float>(d[k]) * 0.003921569f);
+      d[k] = static_cast<unsigned char>(truncate_saturated(product * 255.0 + 0.5) & 0xFF);
+    }
+  }
+}
+
+template <>
+void mask_by_coverage<short>(short* d, const short* m, std::size_t count) noexcept {
+  for (std::size_t k = 0; k < count; ++k) {
+    if (m[k] == 0) {
+      d[k] = 0;
+    } else if (m[k] != 1) {
+      const float fm = std::clamp(static_cast<float>(m[k]) * 6.1035156e-5f, 0.0f, 1.0f);
+      const float fd = std::clamp(static_cast<float>(d[k]) * 6.1035156e-5f, 0.0f, 1.0f);
+      const float product = fm * fd;
+      d[k] = static_cast<short>(
+          static_cast<std::uint16_t>(truncate_saturated(product * 16384.0 + 0.5) & 0xFFFF));
+    }
+  }
+}
+
+template <>
+void mask_by_coverage<float>(float* d, const float* m, std::size_t count) noexcept {
+  for (std::size_t k = 0; k < count; ++k) {
+    if (m[k] == 0.0f)
+      d[k] = 0.0f;
+    else if (m[k] != 1.0f)
+      d[k] = d[k] * m[k];
+  }
+}
+
+template bool soft_fill<unsigned char>(CFillContext&, QvLong, const FillBox&, bool, QvLong, double,
+                                       const PixelRows<unsigned char>&, PollFunction);
+template bool soft_fill<short>(CFillContext&, QvLong, const FillBox&, bool, QvLong, double,
+                               const PixelRows<short>&, PollFunction);
+template bool soft_fill<float>(CFillContext&, QvLong, const FillBox&, bool, QvLong, double,
+                               const PixelRows<float>&, PollFunction);
+
+}  // namespace qv::internal

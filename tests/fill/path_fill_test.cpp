@@ -1,0 +1,243 @@
+// The rasterisers through QvPath2f: preparation of the vertex table (extent,
+// raster cut, clip box), the design figures of each fill, the hard fill's
+// brute-force twin on flattened cubic paths, and bad geometry.
+#include "fill_reference.h"
+
+#include <qv/QvGC.h>
+#include <qv/QvPath2f.h>
+#include <qv/QvRaster.h>
+#include <qv/QvTransfo4.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+using P = QvPoint2<float>;
+
+QvPath2f rect_path(float x0, float y0, float x1, float y1) {
+  QvPath2f path(8);
+  path.Moveto(P(x0, y0));
+  path.Lineto(P(x1, y0));
+  path.Lineto(P(x1, y1));
+  path.Lineto(P(x0, y1));
+  path.Lineto(P(x0, y0));
+  path.Closeto();
+  return path;
+}
+
+template <class T>
+T pixel(const QvRaster<T>& r, QvLong x, QvLong y) {
+  const QvLong m = r.bottomUp ? r.height - 1 - y : y;
+  return r.pixels[m * r.width + x];
+}
+
+// Painted rectangle (inclusive) of a raster that started at `background`.
+template <class T>
+void expect_only_rect(const QvRaster<T>& r, T background, T full, QvLong x0, QvLong y0, QvLong x1,
+                      QvLong y1) {
+  for (QvLong y = 0; y < r.height; ++y)
+    for (QvLong x = 0; x < r.width; ++x) {
+      const bool in = x >= x0 && x <= x1 && y >= y0 && y <= y1;
+      ASSERT_EQ(in ? full : background, pixel(r, x, y)) << x << "," << y;
+    }
+}
+
+QvLong stop_at_once(void) { return 1; }
+
+TEST(PathFill, Figures) {
+  QvGC gc;
+  {
+    SCOPED_TRACE("square paints the pixels whose centres are inside");
+    QvRaster<unsigned char> r(32, 32, 3);
+    rect_path(10, 10, 20, 20).Fill(gc, r, nullptr, nullptr);
+    expect_only_rect<unsigned char>(r, 3, 255, 10, 10, 19, 19);
+  }
+  {
+    SCOPED_TRACE("an edge through centres includes its column on both sides");
+    QvRaster<unsigned char> r(32, 32, 0);
+    rect_path(10.5f, 10, 20.5f, 20).Fill(gc, r, nullptr, nullptr);
+    expect_only_rect<unsigned char>(r, 0, 255, 10, 10, 20, 19);
+  }
+  {
+    SCOPED_TRACE("the clip box leaves its last row and column");
+    QvRaster<unsigned char> r(32, 32, 0);
+    const tqRnBbox2l clip = {5, 5, 10, 10};
+    rect_path(-10, -10, 50, 50).Fill(gc, r, nullptr, &clip);
+    expect_only_rect<unsigned char>(r, 0, 255, 5, 5, 13, 13);
+  }
+  {
+    SCOPED_TRACE("bottom-up rows mirror");
+    QvRaster<short> r(16, 16, 0);
+    r.bottomUp = 1;
+    rect_path(2, 3, 6, 5).Fill(gc, r, nullptr, nullptr);
+    expect_only_rect<short>(r, 0, 16384, 2, 3, 5, 4);
+    EXPECT_EQ(16384, r.pixels[(16 - 1 - 3) * 16 + 2]);
+  }
+  {
+    SCOPED_TRACE("float writes exactly 1.0 whatever the opacity");
+    QvGC half;
+    half.SetFillOpacity(0.5);
+    QvRaster<float> r(8, 8, 0.25f);
+    rect_path(1, 1, 7, 7).Fill(half, r, nullptr, nullptr);
+    expect_only_rect<float>(r, 0.25f, 1.0f, 1, 1, 6, 6);
+  }
+  {
+    SCOPED_TRACE("outside the raster or stopped at once: nothing");
+    QvRaster<unsigned char> r(8, 8, 9);
+    rect_path(20, 20, 30, 30).Fill(gc, r, nullptr, nullptr);
+    rect_path(-30, 2, -20, 6).Fill(gc, r, nullptr, nullptr);
+    rect_path(1, 1, 7, 7).Fill(gc, r, stop_at_once, nullptr);
+    EXPECT_TRUE(r.AllPixelValuesAre(9));
+  }
+  {
+    SCOPED_TRACE("a shape cut by the raster is clipped, not lost");
+    QvRaster<unsigned char> r(10, 10, 0);
+    rect_path(-5, -5, 4, 15).Fill(gc, r, nullptr, nullptr);
+    expect_only_rect<unsigned char>(r, 0, 255, 0, 0, 3, 9);
+  }
+}
+
+TEST(PathAAFill, Figures) {
+  struct Case {
+    const char* name;
+    float x0;
+    QvLong s, r;
+    double opacity;
+    QvLong x;
+    int want;
+  };
+  const Case cases[] = {
+      {"inside", 10, 4, 0, 1.0, 15, 255},
+      {"outside untouched", 10, 4, 0, 1.0, 9, 3},
+      {"half column", 10.5f, 4, 0, 1.0, 10, 128},
+      {"8x8 half column", 10.5f, 8, 0, 1.0, 10, 128},
+      {"filter: 6 of 36 in column 20", 10.5f, 4, 1, 1.0, 20, 42},
+      {"filter writes 0 beyond the touched range", 10.5f, 4, 1, 1.0, 9, 0},
+      {"opacity 0.5", 10, 4, 0, 0.5, 15, 128},
+      {"opacity 2.0 stores the low byte of 510", 10, 4, 0, 2.0, 15, 254},
+      {"opacity 1.00000001 is opaque", 10, 4, 0, 1.00000001, 15, 255},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    QvGC gc;
+    gc.SetAASuperSampling(c.s);
+    gc.SetAAFilterRadius(c.r);
+    gc.SetFillOpacity(c.opacity);
+    QvRaster<unsigned char> r(32, 32, 3);
+    rect_path(c.x0, 10, 20, 20).AAFill(gc, r, nullptr, nullptr);
+    EXPECT_EQ(c.want, pixel(r, c.x, 15));
+    EXPECT_EQ(3, pixel(r, 15, 8));  // two rows above: untouched
+  }
+}
+
+TEST(PathAAFill, RadiusIsClampedToTheSubSampling) {
+  const QvPath2f path = rect_path(3.3f, 2.7f, 11.6f, 9.2f);
+  for (QvLong s : {4, 8}) {
+    SCOPED_TRACE(s);
+    QvGC clamped, exact;
+    clamped.SetAASuperSampling(s);
+    exact.SetAASuperSampling(s);
+    clamped.SetAAFilterRadius(100);
+    exact.SetAAFilterRadius(s);
+    QvRaster<short> a(16, 16, 0), b(16, 16, 0);
+    path.AAFill(clamped, a, nullptr, nullptr);
+    path.AAFill(exact, b, nullptr, nullptr);
+    EXPECT_EQ(0, std::memcmp(a.pixels, b.pixels, 256 * sizeof(short)));
+    clamped.SetAAFilterRadius(-3);
+    exact.SetAAFilterRadius(0);
+    path.AAFill(clamped, a, nullptr, nullptr);
+    path.AAFill(exact, b, nullptr, nullptr);
+    EXPECT_EQ(0, std::memcmp(a.pixels, b.pixels, 256 * sizeof(short)));
+  }
+}
+
+// A closed path of random cubics, its flattened polygon taken from the path's
+// own flattening so that only the scan is under test.
+QvPath2f random_cubic_path(std::mt19937& rng, int cubics, float lo, float hi) {
+  std::uniform_real_distribution<float> coord(lo, hi);
+  QvPath2f path(64);
+  const P start(coord(rng), coord(rng));
+  path.Moveto(start);
+  for (int i = 0; i < cubics; ++i) {
+    const P end = i + 1 == cubics ? start : P(coord(rng), coord(rng));
+    path.Curveto(P(coord(rng), coord(rng)), P(coord(rng), coord(rng)), end);
+  }
+  path.Closeto();
+  return path;
+}
+
+std::vector<qvtest::Polygon> flattened(const QvPath2f& path, const QvGC& gc) {
+  QvPoint2dArray points(64);
+  QvPointTagArray tags(64);
+  path.TransformAndFlattenClosedSubPaths(gc.GetTransform(),
+                                         std::max(0.25, gc.GetFlatteningTolerance()), points, tags);
+  std::vector<qvtest::Polygon> out;
+  for (QvULong i = 0; i < points.size; ++i) {
+    if (tags[i] == TagFirst) out.emplace_back();
+    if (tags[i] != TagLast) out.back().push_back({points[i].x, points[i].y});
+  }
+  return out;
+}
+
+// Pixel for pixel against the centre test of the path's own flattened
+// polygon, under both rules, with and without a clip box, in both row orders,
+// for paths that the raster cuts.
+TEST(PathFill, MatchesBruteForceOnCubicPaths) {
+  std::mt19937 rng(2024);
+  for (int trial = 0; trial < 40; ++trial) {
+    SCOPED_TRACE(trial);
+    const bool winding = trial % 2 == 1;
+    const QvPath2f path = random_cubic_path(rng, 2 + trial % 4, -6.0f, 38.0f);
+    QvGC gc;
+    gc.SetFillRule(winding ? QvGC::WindingRule : QvGC::EvenOddRule);
+    QvRaster<unsigned char> r(32, 30, 9);
+    r.bottomUp = trial % 3 == 0;
+    const tqRnBbox2l clip = {3, 4, 20, 17};
+    const bool clipped = trial % 5 == 0;
+    path.Fill(gc, r, nullptr, clipped ? &clip : nullptr);
+    const auto polygons = flattened(path, gc);
+    for (QvLong y = 0; y < 30; ++y)
+      for (QvLong x = 0; x < 32; ++x) {
+        const bool in_clip = !clipped || (x >= 3 && x < 22 && y >= 4 && y < 20);
+        const bool in = in_clip && qvtest::centre_inside(polygons, 1.0, x + 0.5, y + 0.5, winding);
+        ASSERT_EQ(in ? 255 : 9, pixel(r, x, y)) << x << "," << y;
+      }
+  }
+}
+
+// Bad geometry draws what it can and never writes outside the raster.
+TEST(PathRasterisers, SurviveDegenerateGeometry) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float inf = std::numeric_limits<float>::infinity();
+  const std::vector<std::vector<P>> cases = {
+      {P(nan, 1), P(5, nan), P(2, 8), P(nan, 1)},  {P(-inf, 2), P(inf, 3), P(4, inf), P(-inf, 2)},
+      {P(1, 1), P(1e30f, 2), P(1, 1e-30f), P(1, 1)}, {P(3, 3), P(9, 3), P(3, 3)},
+      {P(4, 4), P(4, 4)}};
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    QvPath2f path(8);
+    path.Moveto(cases[i][0]);
+    for (std::size_t k = 1; k < cases[i].size(); ++k) path.Lineto(cases[i][k]);
+    path.Closeto();
+    QvGC gc;
+    gc.SetAAFilterRadius(2);
+    gc.SetInteriorOffset(2);
+    std::vector<unsigned char> guarded(2 + 12 * 12, 77);
+    QvRaster<unsigned char> r(guarded.data() + 1, 12, 12, 0, 0);
+    path.Fill(gc, r, nullptr, nullptr);
+    path.AAFill(gc, r, nullptr, nullptr);
+    path.SoftFill(gc, r, nullptr);
+    path.Stroke(gc, r);
+    EXPECT_EQ(77, guarded.front());
+    EXPECT_EQ(77, guarded.back());
+  }
+}
+
+}  // namespace
