@@ -190,23 +190,7 @@ bool fit_right_handle(const QvStdFCurveImpl& body, QvULong i, const Point2d& req
 }
 
 bool tangents_continuous(const QvStdFCurveImpl& body, QvULong i) {
-  const QvStdFCurveKey& key = body.Key(i);
-  const Point2d l = body.EvaluatedLeftHandle(i);
-  const Point2d r = body.EvaluatedRightHandle(i);
-  Point2d a(l.x - key.parameter, l.y - key.leftValue);
-  Point2d b(r.x - key.parameter, r.y - key.rightValue);
-  auto tiny = [](const Point2d& v) { return std::fabs(v.x) <= 1e-7 && std::fabs(v.y) <= 1e-7; };
-  if (tiny(a) || tiny(b)) return true;
-  if (key.flags & kFlagTangentMirrorContinuity) {
-    if (std::fabs(a.x) <= 1e-15 && std::fabs(b.x) <= 1e-15)
-      return !((a.y > 0.0 && b.y < 0.0) || (a.y < 0.0 && b.y > 0.0));
-    a.Normalize();
-    b.Normalize();
-    return std::fabs(a.x + b.x) <= 1e-15 && std::fabs(a.y - b.y) <= 1e-15;
-  }
-  if (std::fabs(a.x) <= 1e-7 && std::fabs(b.x) <= 1e-7)
-    return !((a.y > 0.0 && b.y > 0.0) || (a.y < 0.0 && b.y < 0.0));
-  return std::fabs(a.x * b.y - a.y * b.x) <= 1e-7;
+  return body.TangentsContinuous(i);
 }
 
 namespace {
