@@ -31,6 +31,16 @@ bool is_side(QvBaseFCurve::KeySide side) {
   return side == QvBaseFCurve::KeySideLeft || side == QvBaseFCurve::KeySideRight;
 }
 
+// The tolerant key search, refusing a NaN that the search would otherwise read as a hit.
+bool find_key(const QvStdFCurveImpl& body, double parameter, double tolerance, QvULong& index) {
+  if (std::isnan(parameter) || std::isnan(tolerance)) return false;
+  return body.FindKeyNear(parameter, tolerance, index);
+}
+
+bool is_interval(double from, double to) { return !std::isnan(from) && !std::isnan(to); }
+
+bool is_finite(const QvPoint2<double>& p) { return std::isfinite(p.x) && std::isfinite(p.y); }
+
 bool interior_between_cubics(const QvStdFCurveImpl& body, QvULong i) {
   return i > 0 && i + 1 < body.m_numKeys &&
          body.Key(i - 1).segmentKind == QvBaseFCurve::FSBezierCubic &&
@@ -119,6 +129,7 @@ QvLong QvStdFCurve::MergeAndCreateKey(double from, double to, double parameter, 
   if (body.m_readOnly != 0) return 0;
   if (!std::isfinite(parameter) || !is_kind_or_inherit(left) || !is_kind_or_inherit(right))
     return 0;
+  if (!is_interval(from, to)) return 0;
   if (AreAnyParametersLockedInInterval(from, to, openFrom, openTo)) return 0;
   if (AreAnyValuesLockedInInterval(from, to, openFrom, openTo)) return 0;
   if (body.m_numKeys == 0)
@@ -147,7 +158,7 @@ QvLong QvStdFCurve::MergeAndCreateKey(double from, double to, double parameter, 
   }
   if (kept) {
     QvULong i;
-    if (body.FindKeyNear(parameter, kKeyTolerance, i))
+    if (find_key(body, parameter, kKeyTolerance, i))
       SetUserDataSet(*kept, body.Key(i).parameter);
   }
   return 1;
@@ -211,6 +222,7 @@ QvLong QvStdFCurve::MergeAndCreateNonModifyingKey(double from, double to, double
     to = body.Fold(to);
     parameter = body.Fold(parameter);
   }
+  if (!is_interval(from, to) || !std::isfinite(parameter)) return 0;
   if (AreAnyParametersLockedInInterval(from, to, openFrom, openTo)) return 0;
   if (AreAnyValuesLockedInInterval(from, to, openFrom, openTo)) return 0;
   const double value = qv::internal::value_with_constant_extrapolation(body, parameter);
@@ -230,7 +242,7 @@ QvLong QvStdFCurve::RemoveKey(double parameter, FSKind kind, double tolerance) {
       AreAnyValuesLockedInInterval(parameter, parameter, 0, 0))
     return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   if (body.Key(i).flags & (kFlagParameterLocked | kFlagValueLocked)) return 0;
   const bool only = body.m_numKeys == 1;
   std::vector<double> removed;
@@ -252,6 +264,7 @@ QvLong QvStdFCurve::RemoveKeys(double from, double to, FSKind kind, QvLong openF
   LockGuard guard(*this);
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0 || body.m_numKeys == 0 || !is_kind_or_inherit(kind)) return 0;
+  if (!is_interval(from, to)) return 0;
   if (AreAnyParametersLockedInInterval(from, to, openFrom, openTo) ||
       AreAnyValuesLockedInInterval(from, to, openFrom, openTo))
     return 0;
@@ -284,7 +297,7 @@ QvLong QvStdFCurve::SetKeyValue(double parameter, KeySide side, double value, do
   if (body.m_readOnly != 0 || body.m_numKeys == 0 || !is_side(side)) return 0;
   if (AreAnyValuesLockedInInterval(parameter, parameter, 0, 0)) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   QvStdFCurveKey& key = body.Key(i);
   const bool locked = (key.flags & kFlagValueLocked) != 0;
   if (side == KeySideRight) {
@@ -437,9 +450,9 @@ QvLong QvStdFCurve::SetKeyTgtHandle(double parameter, KeySide side,
   if (AreAnyTgtLengthsLockedInInterval(parameter, parameter, 0, 0) ||
       AreAnyTgtDirectionsLockedInInterval(parameter, parameter, 0, 0))
     return 0;
-  if (!is_side(side)) return 0;
+  if (!is_side(side) || !is_finite(tangent)) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   const QvStdFCurveKey& key = body.Key(i);
   if (key.flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   if (side == KeySideRight) {
@@ -468,8 +481,9 @@ QvLong QvStdFCurve::SetKeyTgtHandles(double parameter, const QvPoint2<double>& l
   if (AreAnyTgtLengthsLockedInInterval(parameter, parameter, 0, 0) ||
       AreAnyTgtDirectionsLockedInInterval(parameter, parameter, 0, 0))
     return 0;
+  if (!is_finite(left) || !is_finite(right)) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   const QvStdFCurveKey& key = body.Key(i);
   if (key.flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   Point2d stored_left;
@@ -490,7 +504,7 @@ QvLong QvStdFCurve::LockTangentContinuity(double& parameter, double tolerance) {
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   QvStdFCurveKey& key = body.Key(i);
   if (!(key.flags & kFlagTangentContinuity)) {
     if (interior_between_cubics(body, i) && !qv::internal::tangents_continuous(body, i)) return 0;
@@ -505,7 +519,7 @@ QvLong QvStdFCurve::UnlockTangentContinuity(double& parameter, double tolerance)
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   clear_flags(body.Key(i), kFlagTangentContinuity);
   parameter = body.Key(i).parameter;
   return 1;
@@ -519,7 +533,7 @@ QvLong QvStdFCurve::UnifyAndLockTangentContinuity(double& parameter, KeySide sid
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0 || !is_side(side)) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   if (body.Key(i).flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   if (interior_between_cubics(body, i) && !qv::internal::tangents_continuous(body, i)) {
     QvStdFCurveImpl scratch(body);
@@ -543,7 +557,7 @@ QvLong QvStdFCurve::LockTangentLengthContinuity(double& parameter, double tolera
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   if (interior_between_cubics(body, i)) {
     const double a = scaled_length(left_tangent(body, i), scale);
     const double b = scaled_length(right_tangent(body, i), scale);
@@ -559,7 +573,7 @@ QvLong QvStdFCurve::UnlockTangentLengthContinuity(double& parameter, double tole
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   clear_flags(body.Key(i), kFlagTangentLengthContinuity);
   parameter = body.Key(i).parameter;
   return 1;
@@ -574,7 +588,7 @@ QvLong QvStdFCurve::UnifyAndLockTangentLengthContinuity(double& parameter, KeySi
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0 || !is_side(side)) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   if (body.Key(i).flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   QvStdFCurveImpl scratch(body);
   freeze_both(scratch, i);
@@ -616,7 +630,7 @@ QvLong QvStdFCurve::SetConstraint(double& parameter, KeyConstraint constraint, Q
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   const std::uint16_t bits = qv::internal::constraint_flag_bits(constraint);
   if (on != 0)
     set_flags(body.Key(i), bits);
@@ -704,7 +718,7 @@ QvLong QvStdFCurve::SetSegmentKind(double parameter, KeySide side, FSKind kind, 
   QvStdFCurveImpl& body = *m_impl;
   if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
   QvULong i;
-  if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
+  if (!find_key(body, parameter, tolerance, i)) return 0;
   return SetSegmentKindAtIndex(i, side, kind);
 }
 

@@ -252,6 +252,18 @@ QvULong QvFCurveUserDataStore::Write(unsigned char* out) const {
   return bytes;
 }
 
+namespace {
+
+// The kind's own tolerant search moves `parameter` onto the key found. A NaN is refused first:
+// no key lies near it.
+bool find_key(const QvBaseFCurve& curve, double& parameter, double tolerance) {
+  if (std::isnan(parameter) || std::isnan(tolerance)) return false;
+  return curve.GetNumKeys() != 0 &&
+         curve.GetNearestKeyParameterInCenteredInterval(parameter, tolerance) != 0;
+}
+
+}  // namespace
+
 // Public operations. Each takes the curve's lock; lookups of keys go through the kind's own
 // tolerant search, so that every kind finds keys the same way its editors do.
 
@@ -308,7 +320,7 @@ QvLong QvBaseFCurve::SetKeyUserData(double& parameter, const _pmbUID& id,
   if (data == nullptr && size != 0) return 0;
   LockGuard guard(*this);
   double key = parameter;
-  if (GetNumKeys() == 0 || !GetNearestKeyParameterInCenteredInterval(key, tolerance)) return 0;
+  if (!find_key(*this, key, tolerance)) return 0;
   // Build the new set aside first: a failed allocation leaves the store as it was.
   CFCUserDataSet set;
   if (m_userData != nullptr) {
@@ -327,7 +339,7 @@ QvLong QvBaseFCurve::GetKeyUserData(double& parameter, const _pmbUID& id,
                                     double tolerance) const {
   LockGuard guard(*this);
   double key = parameter;
-  if (GetNumKeys() == 0 || !GetNearestKeyParameterInCenteredInterval(key, tolerance)) return 0;
+  if (!find_key(*this, key, tolerance)) return 0;
   if (m_userData == nullptr) return 0;
   const CFCUserDataSet* set = m_userData->KeySet(key);
   if (set == nullptr) return 0;
@@ -342,7 +354,7 @@ QvLong QvBaseFCurve::GetKeyUserData(double& parameter, const _pmbUID& id,
 QvLong QvBaseFCurve::RemoveKeyUserData(double& parameter, const _pmbUID& id, double tolerance) {
   LockGuard guard(*this);
   double key = parameter;
-  if (GetNumKeys() == 0 || !GetNearestKeyParameterInCenteredInterval(key, tolerance)) return 0;
+  if (!find_key(*this, key, tolerance)) return 0;
   if (m_userData == nullptr) return 0;
   const auto it = m_userData->keyData.find(key);
   if (it == m_userData->keyData.end() || !it->second->Remove(id)) return 0;

@@ -171,6 +171,31 @@ TEST(EditRefusal, LockedKeyRefusesWhatTheLockGuards) {
   }
 }
 
+// A NaN compares false both ways, which a search can mistake for a hit in the middle of the keys.
+TEST(EditRefusal, NotANumberAddressesNoKey) {
+  const double nan = std::nan("");
+  const _pmbUID id{1, 1, 1, {0, 0, 0, 0, 0, 0, 0, 0}};
+  const NamedEdit cases[] = {
+      {"RemoveKey", [nan](QvStdFCurve& c) { return c.RemoveKey(nan, 1.0); }},
+      {"RemoveKey, NaN tolerance", [nan](QvStdFCurve& c) { return c.RemoveKey(2.0, nan); }},
+      {"RemoveKeys", [nan](QvStdFCurve& c) { return c.RemoveKeys(nan, nan, 0, 0); }},
+      {"SetKeyValue", [nan](QvStdFCurve& c) { return c.SetKeyValue(nan, C::KeySideLeft, 1, 1); }},
+      {"MergeAndCreateKey", [nan](QvStdFCurve& c) { return c.MergeAndCreateKey(nan, 3, 2, 1, 0, 0, 0); }},
+      {"SetKeyTgtHandles, infinite request",
+       [](QvStdFCurve& c) { return c.SetKeyTgtHandles(2.0, P(-1, 0), P(HUGE_VAL, 0), 0); }},
+      {"SetKeyUserData",
+       [nan, id](QvStdFCurve& c) { double p = nan; return c.SetKeyUserData(p, id, nullptr, 0, 1.0); }},
+  };
+  for (const NamedEdit& t : cases) {
+    SCOPED_TRACE(t.name);
+    QvStdFCurve c = four_keys();
+    const qv::test::CurveState before = state_of(c);
+    EXPECT_EQ(0, t.edit(c));
+    EXPECT_TRUE(before == state_of(c));
+    EXPECT_EQ(0, c.HasUserData());
+  }
+}
+
 // Whatever a host does, no segment may end up with a cubic that cannot be inverted.
 TEST(EditSequence, RandomEditsKeepEverySegmentInvertible) {
   std::mt19937 rng(6);
