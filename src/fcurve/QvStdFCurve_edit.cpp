@@ -652,10 +652,12 @@ QvLong QvStdFCurve::SetConstraintAtIndex(QvULong index, KeyConstraint constraint
   return 1;
 }
 
+// Every handle of every key, the outer ones of the end keys included, so that afterwards each
+// stored handle is the one that evaluation uses.
 QvLong QvStdFCurve::FreezeAllTangents(KeyConstraint constraint) {
   LockGuard guard(*this);
   if (m_impl->m_readOnly != 0 || m_impl->m_numKeys == 0) return 0;
-  return FreezeTangentsInInterval(QvULong{0}, m_impl->m_numKeys - 1, 1, 1, constraint);
+  return FreezeTangentsInInterval(QvULong{0}, m_impl->m_numKeys - 1, 0, 0, constraint);
 }
 
 QvLong QvStdFCurve::FreezeTangentsInInterval(double from, double to, QvLong left, QvLong right,
