@@ -62,11 +62,6 @@ inline ::testing::AssertionResult every_segment_valid(const QvStdFCurve& curve) 
   return ::testing::AssertionSuccess();
 }
 
-// Plain cubic keys with stored handles inside each span and no computed tangents.
-inline void fill_plain_cubic(QvStdFCurve& curve, std::mt19937& rng, int n) {
-  fill_random(curve, rng, n, false, true);
-}
-
 }  // namespace qv::test
 
 #endif

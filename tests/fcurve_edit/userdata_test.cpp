@@ -206,17 +206,4 @@ TEST(CurveUserData, BlockRoundTripsAndRefusesEveryTruncation) {
   EXPECT_FALSE(target.HasStore());
 }
 
-TEST(CurveUserData, ReadingKeepsTheCurveBlobsOfAnExistingStore) {
-  Probe source;
-  ASSERT_EQ(1, source.SetFCurveUserData(uid(1), kBytes, 3));
-  Probe target;
-  ASSERT_EQ(1, target.SetFCurveUserData(uid(2), kBytes, 1));
-  const std::vector<unsigned char> block = source.Block();
-  EXPECT_EQ(block.size() - 4, target.Read(block));
-  const unsigned char* data;
-  QvULong size;
-  EXPECT_EQ(0, target.GetFCurveUserData(uid(1), data, size));
-  EXPECT_EQ(1, target.GetFCurveUserData(uid(2), data, size));
-}
-
 }  // namespace
