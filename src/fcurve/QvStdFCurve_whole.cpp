@@ -267,7 +267,6 @@ QvLong QvStdFCurve::Set(const QvBaseFCurve& other) {
 }
 
 QvLong QvStdFCurve::Cut(double, double, QvBaseFCurve&) { return 0; }
-QvLong QvStdFCurve::Paste(const QvBaseFCurve&, double, double) { return 0; }
 QvLong QvStdFCurve::ReduceNumKeys(double, double, double) { return 0; }
 QvULong QvStdFCurve::ReduceNumKeys(double) {
   LockGuard guard(*this);
@@ -765,5 +764,85 @@ QvLong QvStdFCurve::ResampleSequence(double from, double to, double step, QvLong
   }
   body.Swap(work);
   for (double p : removed) RemoveKeyUserData(p);
+  return 1;
+}
+
+// The stretch [from, to] is replaced by the other curve, whose first key lands on `from`; what
+// followed `to` moves by the difference in length. The two joint keys take their inner side, value
+// and handle, from the other curve, and keep their outer side.
+QvLong QvStdFCurve::Paste(const QvBaseFCurve& source, double from, double to) {
+  LockGuard target(*this);
+  if (source.GetKind() != KindStandard) return 0;
+  const QvStdFCurve& other = static_cast<const QvStdFCurve&>(source);
+  LockGuard hold(other);
+  QvStdFCurveImpl& body = *m_impl;
+  const QvStdFCurveImpl piece(*other.m_impl);
+  const QvULong m = piece.m_numKeys;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0 || m == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to)) return 0;
+  if (from > to) std::swap(from, to);
+  const bool one_place = std::fabs(to - from) <= kKeyTolerance;
+  QvStdFCurveImpl work(body);
+  std::vector<double> removed;
+  QvULong a;
+  QvULong b;
+  if (!split_at(work, from, a)) return 0;
+  if (one_place) {
+    b = a;
+  } else {
+    if (!split_at(work, to, b)) return 0;
+    qv::internal::remove_keys(work, a + 1, b, FS(0), removed);
+    b = a + 1;
+  }
+  const double offset = from - piece.Key(0).parameter;
+  const double length = piece.Key(m - 1).parameter - piece.Key(0).parameter;
+  const double shift = length - (one_place ? 0.0 : to - from);
+  auto moved = [](QvStdFCurveKey key, double dx) {
+    key.parameter += dx;
+    key.leftHandle.x += dx;
+    key.rightHandle.x += dx;
+    return key;
+  };
+  std::vector<QvStdFCurveKey> keys;
+  keys.reserve(work.m_numKeys + m);
+  for (QvULong i = 0; i <= a; ++i) keys.push_back(work.Key(i));
+  const QvStdFCurveKey first = moved(piece.Key(0), offset);
+  QvStdFCurveKey& joint = keys.back();
+  joint.rightValue = first.rightValue;
+  joint.rightHandle = first.rightHandle;
+  joint.segmentKind = first.segmentKind;
+  for (QvULong i = 1; i + 1 < m; ++i) keys.push_back(moved(piece.Key(i), offset));
+  std::vector<double> tail_from;
+  std::vector<double> tail_to;
+  for (QvULong i = b; i < work.m_numKeys; ++i) {
+    QvStdFCurveKey key = moved(work.Key(i), shift);
+    if (i == b) {
+      const QvStdFCurveKey last = moved(piece.Key(m - 1), offset);
+      key.leftValue = last.leftValue;
+      key.leftHandle = last.leftHandle;
+    }
+    if (i > b || !one_place) {
+      tail_from.push_back(work.Key(i).parameter);
+      tail_to.push_back(key.parameter);
+    }
+    keys.push_back(key);
+  }
+  QvStdFCurveImpl pasted(work);
+  pasted.Resize(static_cast<QvULong>(keys.size()));
+  for (QvULong i = 0; i < pasted.m_numKeys; ++i) pasted.Key(i) = keys[i];
+  if (!pasted.IsValid()) return 0;
+  body.Swap(pasted);
+  for (double p : removed) RemoveKeyUserData(p);
+  QvDoubleArray move_from(static_cast<QvULong>(tail_from.size()) + 1);
+  QvDoubleArray move_to(static_cast<QvULong>(tail_to.size()) + 1);
+  for (size_t i = tail_from.size(); i-- > 0;) {
+    move_from.Add(tail_from[i]);
+    move_to.Add(tail_to[i]);
+  }
+  MoveKeyUserDataTail(move_from, move_to);
+  for (QvULong i = 1; i + 1 < m; ++i) {
+    if (const CFCUserDataSet* set = other.GetUserDataSet(piece.Key(i).parameter))
+      SetUserDataSet(*set, piece.Key(i).parameter + offset);
+  }
   return 1;
 }

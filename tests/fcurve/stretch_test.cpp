@@ -6,6 +6,7 @@
 #include <cmath>
 #include <memory>
 #include <random>
+#include <vector>
 
 using qv::test::append_key;
 using qv::test::fill_random;
@@ -103,4 +104,55 @@ TEST(StdFCurveStretch, Resample) {
   ASSERT_EQ(5u, inner.GetAllKeyParameters(keys));
   EXPECT_EQ(1.5, keys[2]);
   EXPECT_EQ(0, inner.ResampleSequence(0.0, 3.0, 0.0, 0, 0));
+}
+
+TEST(StdFCurveStretch, Paste) {
+  QvStdFCurve piece;
+  append_key(piece, 10.0, 5.0, Base::FSLinear);
+  append_key(piece, 11.0, 7.0, Base::FSLinear);
+  append_key(piece, 12.0, 5.0, Base::FSLinear);
+  struct Case {
+    const char* name;
+    double from, to;
+    std::vector<double> xs, left, right;
+  };
+  const Case cases[] = {
+      {"same length", 1.0, 3.0, {0, 1, 2, 3, 4}, {0, 1, 7, 5, 4}, {0, 5, 7, 3, 4}},
+      {"longer piece", 1.0, 2.0, {0, 1, 2, 3, 4, 5}, {0, 1, 7, 5, 3, 4}, {0, 5, 7, 2, 3, 4}},
+      {"at one place", 1.0, 1.0, {1, 2, 3, 4, 6}, {1, 7, 5, 2, 4}, {5, 7, 1, 2, 4}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    QvStdFCurve curve;
+    for (int i = 0; i < 5; ++i) append_key(curve, i, i, Base::FSLinear);
+    ASSERT_EQ(1, curve.Paste(piece, c.from, c.to));
+    for (size_t i = 0; i < c.xs.size(); ++i) {
+      EXPECT_EQ(c.left[i], curve.EvalLeft(c.xs[i], 0)) << c.xs[i];
+      EXPECT_EQ(c.right[i], curve.Eval(c.xs[i], 0)) << c.xs[i];
+    }
+  }
+  // Key user data comes with the pasted keys and moves with the tail.
+  const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+  const unsigned char blob[] = {42};
+  QvStdFCurve target;
+  for (int i = 0; i < 5; ++i) append_key(target, i, i, Base::FSLinear);
+  double at = 4.0;
+  ASSERT_EQ(1, target.SetKeyUserData(at, id, blob, 1, 0.0));
+  at = 11.0;
+  ASSERT_EQ(1, piece.SetKeyUserData(at, id, blob, 1, 0.0));
+  ASSERT_EQ(1, target.Paste(piece, 1.0, 2.0));
+  EXPECT_EQ(0, target.HasUserData(4.0));
+  EXPECT_EQ(1, target.HasUserData(5.0));
+  EXPECT_EQ(1, target.HasUserData(2.0));
+
+  QvStdFCurve locked;
+  append_key(locked, 0.0, 0.0, Base::FSLinear);
+  append_key(locked, 1.0, 1.0, Base::FSLinear);
+  locked.GetImpl()->m_readOnly = 1;
+  EXPECT_EQ(0, locked.Paste(piece, 0.0, 1.0));
+  QvStdFCurve single;
+  append_key(single, 3.0, 1.0, Base::FSLinear);
+  locked.GetImpl()->m_readOnly = 0;
+  EXPECT_EQ(0, locked.Paste(single, 0.0, 1.0));  // a piece of no length cannot fill a gap
+  EXPECT_EQ(2u, locked.GetNumKeys());
 }
