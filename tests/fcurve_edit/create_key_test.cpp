@@ -184,7 +184,7 @@ TEST(CreateKey, InsertThenRemoveRestoresAThirdsCubic) {
   EXPECT_NEAR(-1.0, key(c, 1).leftHandle.y, 1e-9);
 }
 
-TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndKeepsAJump) {
+TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndTakesTheValueOnAKey) {
   QvStdFCurve c(0.0, QvBaseFCurve::FSLinear);
   qv::test::append_key(c, 0.0, 0.0, QvBaseFCurve::FSLinear);
   qv::test::append_key(c, 1.0, 1.0, 3.0, QvBaseFCurve::FSLinear);
@@ -194,10 +194,12 @@ TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndKeepsAJump) {
   double p;
   ASSERT_EQ(1, c.GetKeyParameter(1, p));
   EXPECT_DOUBLE_EQ(0.5, p);
+  // On a key the value that the curve has there, the right one, goes to both sides.
   ASSERT_EQ(1, c.CreateNonModifyingKey(1.0, 1));
   EXPECT_EQ(4u, c.GetNumKeys());
-  EXPECT_EQ(1.0, key(c, 2).leftValue);
+  EXPECT_EQ(3.0, key(c, 2).leftValue);
   EXPECT_EQ(3.0, key(c, 2).rightValue);
+  EXPECT_EQ(0, QvStdFCurve().CreateNonModifyingKey(0.0, 1));
 }
 
 }  // namespace

@@ -117,7 +117,6 @@ TEST(EditRefusal, LockedKeyRefusesWhatTheLockGuards) {
       {"value: SetKeyValue, found by tolerance", value,
        [](S& c) { return c.SetKeyValue(2.1, C::KeySideLeft, 5, 0.2); }},
       {"value: RemoveKey", value, [](S& c) { return c.RemoveKey(2.0, 0); }},
-      {"value: RemoveKey, found by tolerance", value, [](S& c) { return c.RemoveKey(1.9, 0.2); }},
       {"value: RemoveKeys", value, [](S& c) { return c.RemoveKeys(1.5, 2.5, 0, 0); }},
       {"value: MergeAndCreateKey", value,
        [](S& c) { return c.MergeAndCreateKey(1.5, 2.5, 2.2, 3.0, 0, 0, 0); }},
@@ -146,6 +145,12 @@ TEST(EditRefusal, LockedKeyRefusesWhatTheLockGuards) {
     EXPECT_EQ(0, t.edit(c));
     EXPECT_TRUE(before == state_of(c));
   }
+  // Removal and handle edits test their locks at the parameter as given, not at the key that the
+  // tolerance then finds.
+  QvStdFCurve c = four_keys();
+  ASSERT_EQ(1, c.SetConstraintAtIndex(1, C::KCKeyLocked, 1));
+  EXPECT_EQ(1, c.SetKeyTgtHandle(2.1, C::KeySideRight, P(0.2, 1), 0.2));
+  EXPECT_EQ(1, c.RemoveKey(1.9, 0.2));
 }
 
 // A NaN compares false both ways, which a search can mistake for a hit in the middle of the keys.
@@ -155,8 +160,6 @@ TEST(EditRefusal, NotANumberAddressesNoKey) {
   const NamedEdit cases[] = {
       {"RemoveKey", [nan](QvStdFCurve& c) { return c.RemoveKey(nan, 1.0); }},
       {"RemoveKey, NaN tolerance", [nan](QvStdFCurve& c) { return c.RemoveKey(2.0, nan); }},
-      {"RemoveKeys", [nan](QvStdFCurve& c) { return c.RemoveKeys(nan, nan, 0, 0); }},
-      {"SetKeyValue", [nan](QvStdFCurve& c) { return c.SetKeyValue(nan, C::KeySideLeft, 1, 1); }},
       {"MergeAndCreateKey", [nan](QvStdFCurve& c) { return c.MergeAndCreateKey(nan, 3, 2, 1, 0, 0, 0); }},
       {"SetKeyTgtHandles, infinite request",
        [](QvStdFCurve& c) { return c.SetKeyTgtHandles(2.0, P(-1, 0), P(HUGE_VAL, 0), 0); }},
@@ -262,7 +265,10 @@ TEST(RemoveKey, EachPositionLeavesAWholeCurve) {
     QvStdFCurve c(3.0, C::FSBezierCubic);
     ASSERT_EQ(1, c.CreateKey(1.0, 9.0));
     ASSERT_EQ(1, c.SetValueWhenNoKeys(4.0));
+    const _pmbUID id{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    ASSERT_EQ(1, c.SetFCurveUserData(id, nullptr, 0));
     ASSERT_EQ(1, c.RemoveKey(1.0, C::FSLinear, 0.0));
+    EXPECT_EQ(0, c.HasUserData());  // the curve's own blobs go with the last key
     EXPECT_EQ(0u, c.GetNumKeys());
     EXPECT_EQ(4.0, c.Eval(1.0, 0));
     EXPECT_EQ(C::FSLinear, c.GetFirstSegmentKind());
@@ -305,6 +311,7 @@ TEST(RemoveKeys, IntervalsAndMergesCarryUserData) {
   auto tagged = [&] {
     QvStdFCurve c = four_keys();
     for (double p : {1.0, 2.0, 3.0, 4.0}) EXPECT_EQ(1, c.SetKeyUserData(p, id, &blob, 1, 0.0));
+    EXPECT_EQ(1, c.SetFCurveUserData(id, &blob, 1));
     return c;
   };
   QvStdFCurve c = tagged();
@@ -368,6 +375,9 @@ TEST(AppendFamily, SegmentsOfEachKind) {
   ASSERT_EQ(1, c.AppendBezierCubicSegment(P(4.2, 21), P(4.8, 19), P(5, 20)));
   EXPECT_EQ(C::FSBezierCubic, key(c, 3).segmentKind);
   EXPECT_EQ(1, key(c, 3).flags & 1);  // a collapsed left handle meets any right handle smoothly
+  // Tangents that disagree lock nothing, and unlock nothing either.
+  ASSERT_EQ(1, c.AppendBezierCubicSegment(P(5.2, 25), P(5.8, 20), P(6, 20)));
+  EXPECT_EQ(1, key(c, 4).flags & 1);
   EXPECT_TRUE(qv::test::every_segment_valid(c));
 }
 
@@ -444,8 +454,20 @@ TEST(SegmentKinds, CubicGetsStraightHandlesWhenItsOwnAreInvalid) {
   EXPECT_TRUE(key(c, 1).leftHandle == P(2, 2));
   EXPECT_NEAR(1.5, c.Eval(1.5, 0), 1e-9);
 
-  ASSERT_EQ(1, c.SetSegmentKindAtParameter(-5.0, C::FSConstant));  // before the keys
-  EXPECT_EQ(C::FSConstant, c.GetFirstSegmentKind());
+  EXPECT_EQ(0, c.SetSegmentKindAtParameter(-5.0, C::FSConstant));  // no key at or before
+  EXPECT_EQ(0, QvStdFCurve().SetSegmentKindAtParameter(0.0, C::FSConstant));
+  ASSERT_EQ(1, c.SetSegmentKindAtIndex(0, static_cast<C::KeySide>(3), C::FSConstant));
+  EXPECT_EQ(C::FSConstant, key(c, 0).segmentKind);  // any side but the left is the right
+
+  // A smooth key keeps its tangent: the new cubic's handle there turns to follow the left one,
+  // at the length of the straight handle.
+  c.GetImpl()->Key(0).leftHandle = P(-1, 0);
+  c.GetImpl()->Key(0).rightHandle = P(5, 0);
+  ASSERT_EQ(1, c.SetSegmentKindAtIndex(0, C::KeySideRight, C::FSBezierCubic));
+  EXPECT_TRUE(key(c, 0).rightHandle == P(std::sqrt(2.0), 0));
+  EXPECT_TRUE(key(c, 0).leftHandle == P(-1, 0));
+  EXPECT_TRUE(key(c, 1).leftHandle == P(2, 2));  // a collapsed right handle goes with anything
+
   ASSERT_EQ(1, c.SetReadOnlyConstraint(1));
   EXPECT_EQ(0, c.ConvertToUniformSegmentKind(C::FSConstant));  // key 1 is still linear
 }
