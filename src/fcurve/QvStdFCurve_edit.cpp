@@ -672,7 +672,8 @@ QvLong QvStdFCurve::SetConstraintAtIndex(QvULong index, KeyConstraint constraint
   return 1;
 }
 
-// The end keys store only their inner handles: nothing evaluates the outer ones.
+// The end keys store only their inner handles; the outer ones, which linear extrapolation reads
+// as they are stored, stay.
 QvLong QvStdFCurve::FreezeAllTangents(KeyConstraint constraint) {
   LockGuard guard(*this);
   if (m_impl->m_readOnly != 0 || m_impl->m_numKeys == 0) return 0;
