@@ -36,41 +36,52 @@ using Edit = std::function<QvLong(QvStdFCurve&)>;
 struct NamedEdit {
   const char* name;
   Edit edit;
+  QvLong lockedBy = 0;  // the locks of key 1 that make the edit refuse
 };
 
 // Every mutator, aimed at key 1 (parameter 2) where it addresses a key. Each succeeds on a
 // writable curve.
 std::vector<NamedEdit> all_edits() {
   using S = QvStdFCurve;
+  const QvLong value = C::KCValueLocked;
+  const QvLong both = C::KCValueLocked | C::KCParameterLocked;
+  const QvLong tangent = C::KCTangentDirectionLocked | C::KCTangentLengthLocked;
   return {
       {"CreateKey between", [](S& c) { return c.CreateKey(1.5, 3.0); }},
-      {"CreateKey on key", [](S& c) { return c.CreateKey(2.0, 3.0); }},
-      {"MergeAndCreateKey", [](S& c) { return c.MergeAndCreateKey(1.5, 2.5, 2, 3, 0, 0, 1); }},
+      {"CreateKey on key", [](S& c) { return c.CreateKey(2.0, 3.0); }, value},
+      {"MergeAndCreateKey", [](S& c) { return c.MergeAndCreateKey(1.5, 2.5, 2, 3, 0, 0, 1); },
+       both},
       {"CreateNonModifyingKey", [](S& c) { return c.CreateNonModifyingKey(1.5, 1); }},
       {"MergeAndCreateNonModifyingKey",
-       [](S& c) { return c.MergeAndCreateNonModifyingKey(1.5, 2.5, 2.2, 0, 0, 0, 1); }},
-      {"RemoveKey", [](S& c) { return c.RemoveKey(2.0, 0.0); }},
-      {"RemoveKeys", [](S& c) { return c.RemoveKeys(1.5, 2.5, 0, 0); }},
+       [](S& c) { return c.MergeAndCreateNonModifyingKey(1.5, 2.5, 2.2, 0, 0, 0, 1); }, both},
+      {"RemoveKey", [](S& c) { return c.RemoveKey(2.0, 0.0); }, both},
+      {"RemoveKeys", [](S& c) { return c.RemoveKeys(1.5, 2.5, 0, 0); }, both},
       {"SetValueWhenNoKeys", [](S& c) { return c.SetValueWhenNoKeys(7.0); }},
-      {"SetKeyValue right", [](S& c) { return c.SetKeyValue(2, C::KeySideRight, 5, 0); }},
-      {"SetKeyValue left", [](S& c) { return c.SetKeyValue(2, C::KeySideLeft, 5, 0); }},
+      {"SetKeyValue right", [](S& c) { return c.SetKeyValue(2, C::KeySideRight, 5, 0); }, value},
+      {"SetKeyValue left, by tolerance",
+       [](S& c) { return c.SetKeyValue(2.1, C::KeySideLeft, 5, 0.2); }, value},
       {"AppendConstantSegment", [](S& c) { return c.AppendConstantSegment(P(5, 1)); }},
       {"AppendLinearSegment", [](S& c) { return c.AppendLinearSegment(P(5, 1)); }},
       {"AppendOrExtendLinear", [](S& c) { return c.AppendOrExtendLinearSegment(P(5, 1), 0.1); }},
       {"AppendBezierCubic",
        [](S& c) { return c.AppendBezierCubicSegment(P(4.3, 1), P(4.7, 1), P(5, 1)); }},
-      {"SetKeyTgtHandle", [](S& c) { return c.SetKeyTgtHandle(2, C::KeySideRight, P(0.2, 1), 0); }},
-      {"SetKeyTgtHandles", [](S& c) { return c.SetKeyTgtHandles(2, P(-0.2, 1), P(0.2, 1), 0); }},
+      {"SetKeyTgtHandle",
+       [](S& c) { return c.SetKeyTgtHandle(2, C::KeySideRight, P(0.2, 1), 0); }, tangent},
+      {"SetKeyTgtHandles",
+       [](S& c) { return c.SetKeyTgtHandles(2, P(-0.2, 1), P(0.2, 1), 0); }, tangent},
       {"LockContinuity", [](S& c) { double p = 2; return c.LockTangentContinuity(p, 0); }},
       {"UnlockContinuity", [](S& c) { double p = 2; return c.UnlockTangentContinuity(p, 0); }},
       {"UnifyContinuity",
-       [](S& c) { double p = 2; return c.UnifyAndLockTangentContinuity(p, C::KeySideLeft, 0); }},
+       [](S& c) { double p = 2; return c.UnifyAndLockTangentContinuity(p, C::KeySideLeft, 0); },
+       tangent},
       {"LockLength", [](S& c) { double p = 1; return c.LockTangentLengthContinuity(p, 0, 1); }},
       {"UnlockLength", [](S& c) { double p = 1; return c.UnlockTangentLengthContinuity(p, 0, 1); }},
-      {"UnifyLength", [](S& c) {
+      {"UnifyLength",
+       [](S& c) {
          double p = 2;
          return c.UnifyAndLockTangentLengthContinuity(p, C::KeySideLeft, 0, 1);
-       }},
+       },
+       tangent},
       {"SetConstraint", [](S& c) { double p = 2; return c.SetConstraint(p, C::KCTangentFlat, 1, 0); }},
       {"SetConstraintAtIndex", [](S& c) { return c.SetConstraintAtIndex(1, C::KCTangentFlat, 1); }},
       {"FreezeAllTangents", [](S& c) { return c.FreezeAllTangents(C::KCTangentFlat); }},
@@ -103,47 +114,17 @@ TEST(EditRefusal, ReadOnlyCurveRefusesEveryMutatorAndStaysAsItWas) {
 }
 
 TEST(EditRefusal, LockedKeyRefusesWhatTheLockGuards) {
-  struct Case {
-    const char* name;
-    C::KeyConstraint lock;
-    Edit edit;
-  };
-  using S = QvStdFCurve;
-  const auto value = C::KCValueLocked;
-  const auto parameter = C::KCParameterLocked;
-  const Case cases[] = {
-      {"value: CreateKey on it", value, [](S& c) { return c.CreateKey(2.0, 3.0); }},
-      {"value: SetKeyValue", value, [](S& c) { return c.SetKeyValue(2, C::KeySideRight, 5, 0); }},
-      {"value: SetKeyValue, found by tolerance", value,
-       [](S& c) { return c.SetKeyValue(2.1, C::KeySideLeft, 5, 0.2); }},
-      {"value: RemoveKey", value, [](S& c) { return c.RemoveKey(2.0, 0); }},
-      {"value: RemoveKeys", value, [](S& c) { return c.RemoveKeys(1.5, 2.5, 0, 0); }},
-      {"value: MergeAndCreateKey", value,
-       [](S& c) { return c.MergeAndCreateKey(1.5, 2.5, 2.2, 3.0, 0, 0, 0); }},
-      {"value: MergeAndCreateNonModifyingKey", value,
-       [](S& c) { return c.MergeAndCreateNonModifyingKey(1.5, 2.5, 2.2, 0, 0, 0, 1); }},
-      {"parameter: RemoveKey", parameter, [](S& c) { return c.RemoveKey(2.0, 0); }},
-      {"parameter: RemoveKeys", parameter, [](S& c) { return c.RemoveKeys(0.0, 9.0, 0, 0); }},
-      {"parameter: MergeAndCreateKey", parameter,
-       [](S& c) { return c.MergeAndCreateKey(1.5, 2.5, 2.2, 3.0, 0, 0, 0); }},
-      {"direction: SetKeyTgtHandle", C::KCTangentDirectionLocked,
-       [](S& c) { return c.SetKeyTgtHandle(2.0, C::KeySideRight, P(0.2, 1), 0); }},
-      {"length: SetKeyTgtHandles", C::KCTangentLengthLocked,
-       [](S& c) { return c.SetKeyTgtHandles(2.0, P(-0.2, 1), P(0.2, 1), 0); }},
-      {"direction: UnifyContinuity", C::KCTangentDirectionLocked,
-       [](S& c) { double p = 2; return c.UnifyAndLockTangentContinuity(p, C::KeySideLeft, 0); }},
-      {"length: UnifyLength", C::KCTangentLengthLocked, [](S& c) {
-         double p = 2;
-         return c.UnifyAndLockTangentLengthContinuity(p, C::KeySideLeft, 0, 1);
-       }},
-  };
-  for (const Case& t : cases) {
-    SCOPED_TRACE(t.name);
-    QvStdFCurve c = four_keys();
-    ASSERT_EQ(1, c.SetConstraintAtIndex(1, t.lock, 1));
-    const qv::test::CurveState before = state_of(c);
-    EXPECT_EQ(0, t.edit(c));
-    EXPECT_TRUE(before == state_of(c));
+  for (const NamedEdit& e : all_edits()) {
+    for (C::KeyConstraint lock : {C::KCParameterLocked, C::KCValueLocked,
+                                  C::KCTangentDirectionLocked, C::KCTangentLengthLocked}) {
+      if (!(e.lockedBy & lock)) continue;
+      SCOPED_TRACE(::testing::Message() << e.name << ", lock " << lock);
+      QvStdFCurve c = four_keys();
+      ASSERT_EQ(1, c.SetConstraintAtIndex(1, lock, 1));
+      const qv::test::CurveState before = state_of(c);
+      EXPECT_EQ(0, e.edit(c));
+      EXPECT_TRUE(before == state_of(c));
+    }
   }
   // Removal and handle edits test their locks at the parameter as given, not at the key that the
   // tolerance then finds.
