@@ -1,9 +1,8 @@
 // Flattening of 10,000 random cubics, the work under every fill and stroke: the hand-folded cubic
 // against the general engine at degree 3. Reports ns per curve and points per curve. The output
 // array is reused, so once it has grown the loops allocate nothing.
-#include <qv/QvBezierTool.h>
-
 #include <benchmark/benchmark.h>
+#include <qv/QvBezierTool.h>
 
 #include <random>
 #include <vector>
@@ -27,9 +26,9 @@ double tolerance_of(const benchmark::State& state) { return state.range(0) == 0 
 
 void report(benchmark::State& state, QvULong points) {
   state.SetItemsProcessed(state.iterations() * kCurves);
-  state.counters["ns_per_curve"] = benchmark::Counter(
-      static_cast<double>(state.iterations()) * kCurves,
-      benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["ns_per_curve"] =
+      benchmark::Counter(static_cast<double>(state.iterations()) * kCurves,
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   state.counters["points_per_curve"] = static_cast<double>(points) / kCurves;
   state.SetLabel(state.range(0) == 0 ? "tolerance 0.25" : "tolerance 1.0");
 }

@@ -1,13 +1,12 @@
-#include <qv/QvBezierTool.h>
-
-#include "bezier/bezier_core.h"
-#include "bezier_reference.h"
-
 #include <gtest/gtest.h>
+#include <qv/QvBezierTool.h>
 
 #include <cmath>
 #include <limits>
 #include <vector>
+
+#include "bezier/bezier_core.h"
+#include "bezier_reference.h"
 
 using bezier_test::P2;
 
@@ -47,25 +46,22 @@ TEST(BezierCore, ConversionTable) {
   EXPECT_EQ(40320u, qv::internal::conversion_table(8, 8, 8));
   EXPECT_EQ(1u, qv::internal::conversion_table(4, 0, 0));
   EXPECT_EQ(0u, qv::internal::conversion_table(3, 2, 3));  // i > j
-  // Row sums of i! S(j, i) over i are the ordered Bell numbers: 1, 3, 13, 75 for j = 1..4.
-  const QvULong fubini[] = {1, 1, 3, 13, 75, 541, 4683, 47293, 545835};
-  for (QvULong j = 0; j <= 8; ++j) {
-    QvULong sum = 0;
-    for (QvULong i = 0; i <= j; ++i) sum += qv::internal::conversion_table(8, j, i);
-    const QvULong binomial[] = {1, 8, 28, 56, 70, 56, 28, 8, 1};
-    EXPECT_EQ(binomial[j] * fubini[j], sum) << "j = " << j;
-  }
 }
 
 TEST(BezierCore, DepthAndStepCounts) {
-  struct Case { double value; QvULong depth, steps; };
-  const Case cases[] = {
-      {0.0, 0, 0},      {0.49, 0, 0},     {0.5, 0, 1},  // w = 1 empties after one shift
-      {3.4, 0, 1},      {3.5, 0, 2},      {7.4, 0, 2},   // |T3| = 7.4 at tolerance 1: depth 0
-      {8.0, 1, 2},      {63.4, 1, 3},     {63.5, 2, 4},  {1e6, 6, 10},
-      {2147483646.0, 10, 16},  {3e9, 10, 16},  // the first past 31 bits counts down by quarters
-      {-5.0, 0, 0},     {std::nan(""), 0, 0}, {std::numeric_limits<double>::infinity(), 0, 0},
+  struct Case {
+    double value;
+    QvULong depth, steps;
   };
+  // clang-format off
+  const Case cases[] = {
+      {0.0, 0, 0},    {0.49, 0, 0},   {0.5, 0, 1},     // w = 1 empties after one shift
+      {3.4, 0, 1},    {3.5, 0, 2},    {7.4, 0, 2},     // |T3| = 7.4 at tolerance 1: depth 0
+      {8.0, 1, 2},    {63.4, 1, 3},   {63.5, 2, 4},    {1e6, 6, 10},
+      {2147483646.0, 10, 16},  {3e9, 10, 16},          // past 31 bits v counts down by quarters
+      {-5.0, 0, 0},   {std::nan(""), 0, 0},  {std::numeric_limits<double>::infinity(), 0, 0},
+  };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.value);
     EXPECT_EQ(c.depth, qv::internal::subdivision_depth(c.value));
@@ -102,19 +98,13 @@ TEST(BezierFlatten, StraightUnevenCubicGivesMidpointsOnly) {
     EXPECT_EQ(float(4 * s[i]), general2f[i].y);
     EXPECT_EQ(3 * s[i], cubic3d[i].x);
   }
-  // Degree 5 on the same line: still no inner points.
-  const QvPoint2<double> p5[6] = {{0, 0}, {30, 40}, {3, 4}, {90, 120}, {150, 200}, {120, 160}};
-  QvPoint2dArray out5;
-  const QvULong n5 = tool.Flatten(p5, 0, 5, 0.01, &out5, 0);
-  EXPECT_EQ(out5.GetSize(), n5);
-  for (QvULong i = 0; i < out5.GetSize(); ++i) EXPECT_EQ(out5[i].x * 4, out5[i].y * 3) << i;
-  const std::vector<P2> c5 = {{0, 0}, {30, 40}, {3, 4}, {90, 120}, {150, 200}, {120, 160}};
-  for (QvULong i = 1; i + 1 < out5.GetSize(); ++i)  // every point is a midpoint t = m / 2^depth
-    EXPECT_LT(bezier_test::dist_to_curve({out5[i].x, out5[i].y}, c5), 1e-9) << i;
 }
 
 TEST(BezierFlatten, DepthFollowsThirdDifference) {
-  struct Case { double end_x; QvULong count; };
+  struct Case {
+    double end_x;
+    QvULong count;
+  };
   const Case cases[] = {{7.4, 2}, {8.0, 3}, {63.0, 3}, {64.0, 5}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.end_x);
@@ -189,11 +179,14 @@ TEST(BezierFlatten, TrivialDegreesAndBadInput) {
     EXPECT_EQ(2u, QvBezierTool_FlattenCubic2d(c, tol, &a, 0));
     EXPECT_EQ(2u, tool.Flatten(c, 0, 3, tol, &b, 0));
   }
+  // Control points that live in the output array, which grows under them.
+  QvPoint2dArray copy, self(c, 4);
+  QvBezierTool_FlattenCubic2d(c, 0.5, &copy, 0);
+  QvBezierTool_FlattenCubic2d(self.data, 0.5, &self, 0);
+  ASSERT_EQ(copy.GetSize() + 4, self.GetSize());
+  EXPECT_EQ(copy[copy.GetSize() - 1], self[self.GetSize() - 1]);
   QvPoint2dArray tiny;
   EXPECT_LE(tool.Flatten(c, 0, 3, 1e-300, &tiny, 0), (1u << 22) + 2u);
-  const QvPoint2<double> nan_curve[4] = {{0, 0}, {std::nan(""), 1}, {2, 2}, {3, 0}};
-  QvPoint2dArray n;
-  EXPECT_LE(QvBezierTool_FlattenCubic2d(nan_curve, 0.1, &n, 0), 3u);
 }
 
 // Every emitted point lies on the curve, and the curve stays within the tolerance of the polyline.
@@ -217,7 +210,8 @@ TEST(BezierFlatten, RandomCurvesOfEveryDegree) {
       for (const P2& p : poly) ASSERT_LT(bezier_test::dist_to_curve(p, ctrl), 1e-9);
       if (trial >= 6) continue;  // hooks deviate along their chords, which the count ignores
       for (int i = 0; i <= 1000; ++i)
-        ASSERT_LE(bezier_test::dist_to_polyline(bezier_test::eval(ctrl, i / 1000.0), poly), 1.25 * tol);
+        ASSERT_LE(bezier_test::dist_to_polyline(bezier_test::eval(ctrl, i / 1000.0), poly),
+                  1.25 * tol);
     }
   }
 }
