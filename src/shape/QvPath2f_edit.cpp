@@ -531,6 +531,16 @@ struct Outline {
   bool closed;
 };
 
+Outline first_outline(const QvPoint2fArray& points, const QvUByteArray& types) {
+  Outline outline;
+  outline.last = 0;
+  while (outline.last + 1 < types.size && qi::low_type(types[outline.last + 1]) != qi::kMoveto)
+    ++outline.last;
+  outline.closed = qi::is_closing(qi::low_type(types[outline.last]));
+  outline.points.assign(points.data, points.data + outline.last + (outline.closed ? 0 : 1));
+  return outline;
+}
+
 // Whether a target path has the outline's structure over the subpath, so
 // that the same indices mean the same points.
 bool shares_structure(const QvUByteArray& target, const QvUByteArray& source, QvULong last) {
@@ -564,10 +574,7 @@ void push_along(QvPath2f& target, const Outline& outline,
 void QvPath2f::GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, QvPath2f& out) {
   LockGuard guard(*this);
   if (IsEmpty()) return;
-  Outline outline;
-  outline.last = EndOfSubpath(0);
-  outline.closed = ClosedSubpathEnds(outline.last) != 0;
-  outline.points.assign(m_points.data, m_points.data + outline.last + (outline.closed ? 0 : 1));
+  const Outline outline = first_outline(m_points, m_types);
   // Every outline is taken round, open or not: the step from the last point
   // back to the first serves both ends.
   const std::vector<QvPoint2<float>> mean = mean_normals(outline.points, true);
@@ -583,10 +590,7 @@ void QvPath2f::GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, 
 void QvPath2f::GetSimilarPath(float distance, QvLong closed, QvPath2f& result) {
   LockGuard guard(*this);
   if (IsEmpty()) return;
-  Outline outline;
-  outline.last = EndOfSubpath(0);
-  outline.closed = ClosedSubpathEnds(outline.last) != 0;
-  outline.points.assign(m_points.data, m_points.data + outline.last + (outline.closed ? 0 : 1));
+  const Outline outline = first_outline(m_points, m_types);
   const std::vector<QvPoint2<float>> mean = mean_normals(outline.points, closed != 0);
   LockGuard result_guard(result);
   if (shares_structure(result.m_types, m_types, outline.last))
