@@ -158,6 +158,15 @@ TEST(ReplaceSegment, GivesThePathBuiltWithTheNewDegree) {
   EXPECT_EQ(1, path.ReplaceSegment(1, cubic, 3));  // over a line the lock is not consulted
   EXPECT_EQ(128, path.IsG1LockOn(0));
   EXPECT_EQ((std::vector<unsigned>{1, 8, 9, 10, 8, 9, 11}), path.Types());
+  // Between curves, the new handle next to a locked node turns the node's
+  // other handle: (6,4) becomes (5,6), so (2,4) goes to (3,2).
+  Probe arch;
+  build(arch, {{P(0, 2), P(2, 4), P(4, 4)}, {P(6, 4), P(7, 3), P(8, 2), P(8, 1), P(8, 0)}}, false);
+  ASSERT_EQ(1, arch.LockG1(3));
+  const QvPoint2<float> turned[] = {P(4, 4), P(5, 6), P(7, 2), P(8, 0)};
+  EXPECT_EQ(1, arch.ReplaceSegment(5, turned, 3));
+  EXPECT_EQ((std::vector<float>{0, 0, 3, 4, 5, 7, 8}), arch.Xs());
+  EXPECT_NEAR(2.0, arch.GetPoint(2).y, 2e-6);
 }
 
 TEST(ReplaceSubpathSection, LineCubicOrSectionOfAnotherPath) {
