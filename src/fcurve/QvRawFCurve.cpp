@@ -64,9 +64,11 @@ QvRawFCurve& QvRawFCurve::operator=(const QvRawFCurve& other) {
   LockGuard target(*this);
   if (&other == this) return *this;
   LockGuard source(other);
-  QvRawFCurveImpl copy(*other.m_impl);
+  // Both copies are made before anything is replaced: a failed allocation changes nothing.
+  std::unique_ptr<QvRawFCurveImpl> fresh(new QvRawFCurveImpl(*other.m_impl));
   QvBaseFCurve::operator=(other);
-  *m_impl = copy;
+  delete m_impl;
+  m_impl = fresh.release();
   return *this;
 }
 

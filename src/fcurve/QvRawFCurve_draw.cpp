@@ -20,7 +20,8 @@ struct PolyPoint {
   bool jump;
 };
 
-constexpr double kMaxCycles = 16777216.0;  // beyond this many repeats only the ends are drawn
+// Beyond this many repeated vertices only the ends of the extent are drawn.
+constexpr double kMaxRepeatedPoints = 4194304.0;
 
 // The curve over [from, to] as a polyline. A raw curve is already a polyline, so the vertices are
 // the keys themselves, repeated cycle by cycle under the cycling methods; the ends are evaluated.
@@ -40,7 +41,7 @@ void build_polyline(const QvRawFCurveImpl& body, double from, double to,
     const double rise = body.KeyAt(n - 1).value - body.KeyAt(0).value;
     const double c0 = std::floor((from - first) / period);
     const double c1 = std::floor((to - first) / period);
-    if (c1 - c0 <= kMaxCycles) {
+    if ((c1 - c0 + 1.0) * static_cast<double>(n) <= kMaxRepeatedPoints) {
       for (double c = c0; c <= c1; c += 1.0) {
         const double offset = body.m_extrapolation == 4 ? c * rise : 0.0;
         for (QvULong i = 0; i + 1 < n; ++i) {

@@ -494,7 +494,7 @@ QvBaseFCurve* QvRawFCurve::SnapShot(double from, double to, ExtrapolationMethod)
         const double period = body.KeyAt(n - 1).parameter - first;
         const double c0 = std::floor((from - first) / period);
         const double c1 = std::floor((to - first) / period);
-        if (c1 - c0 < kMaxSamples / static_cast<double>(n)) {
+        if ((c1 - c0 + 1.0) * static_cast<double>(n) <= kMaxSamples / 4.0) {
           for (double c = c0; c <= c1; c += 1.0) {
             for (QvULong i = 0; i + 1 < n; ++i) {
               const double p = body.KeyAt(i).parameter + c * period;

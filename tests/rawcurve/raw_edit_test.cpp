@@ -404,4 +404,25 @@ TEST(RawCurveEdit, CopiesSnapshotsAndDrawing) {
   EXPECT_EQ(2u, QvRawFCurve(1.0, 3.0).Flatten(identity, 0.1, points, tags, 0));
   EXPECT_EQ(0u, QvRawFCurve(1.0).Flatten(identity, 0.1, points, tags, 0));
   EXPECT_EQ(9u, points.size);
+
+  // Over an extent the cycle is drawn out, and each seam of the plain cycle is a jump whose far
+  // point is flagged.
+  QvRawFCurve saw = curve_of({{0, 0}, {1, 1}});
+  saw.SetExtrapolationMethod(QvBaseFCurve::ExtrapolationCycle);
+  QvExtent2<double> extent;
+  extent.min = {0.5, 0.0};
+  extent.max = {2.5, 0.0};
+  extent.state = QvExtent2<double>::ExtentBounded;
+  QvPoint2dArray drawn_points;
+  QvPointTagArray drawn_tags;
+  QvBoolArray flags;
+  ASSERT_EQ(6u, saw.FlattenFromTo(extent, identity, 0.1, drawn_points, drawn_tags, flags, 0));
+  const double want[6][2] = {{0.5, 0.5}, {1, 1}, {1, 0}, {2, 1}, {2, 0}, {2.5, 0.5}};
+  const QvLong want_flags[6] = {0, 0, 2, 0, 2, 0};
+  for (int i = 0; i < 6; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(want[i][0], drawn_points[static_cast<QvULong>(i)].x);
+    EXPECT_EQ(want[i][1], drawn_points[static_cast<QvULong>(i)].y);
+    EXPECT_EQ(want_flags[i], flags[static_cast<QvULong>(i)]);
+  }
 }
