@@ -17,5 +17,6 @@
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvFill.h>
 
 #endif
