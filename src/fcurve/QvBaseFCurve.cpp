@@ -2,10 +2,10 @@
 
 #include "fcurve/userdata_store.h"
 
-#if __has_include(<qv/QvStdFCurve.h>)
 #include <qv/QvStdFCurve.h>
-#define QV_HAVE_STD_FCURVE 1
-#endif
+
+// The other kinds join the factory as their classes are added to the library; until then a body
+// of such a kind reads as one of an unknown kind.
 #if __has_include(<qv/QvBooleanFCurve.h>)
 #include <qv/QvBooleanFCurve.h>
 #define QV_HAVE_BOOLEAN_FCURVE 1
@@ -81,10 +81,8 @@ QvULong body_length(const void* body) {
 
 QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
   switch (kind) {
-#ifdef QV_HAVE_STD_FCURVE
     case QvBaseFCurve::KindStandard:
       return new QvStdFCurve(0.0, QvBaseFCurve::FSBezierCubic);
-#endif
 #ifdef QV_HAVE_BOOLEAN_FCURVE
     case QvBaseFCurve::KindBoolean:
       return new QvBooleanFCurve(1.0);
