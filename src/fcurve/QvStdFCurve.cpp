@@ -389,12 +389,6 @@ QvLong QvStdFCurve::IsReadOnly() const {
 QvLong QvStdFCurve::GetConstraint(double& parameter, KeyConstraint constraint, QvLong& on,
                                   double tolerance) const {
   LockGuard guard(*this);
-  // Only one constraint value, or the key lock as a whole, can be asked about: a combination of
-  // several answers "off" and the call fails.
-  if (!is_single_constraint(constraint)) {
-    on = 0;
-    return 0;
-  }
   QvULong i;
   if (!m_impl->FindKeyNear(parameter, tolerance, i)) return 0;
   on = GetConstraintAtIndex(i, constraint);
