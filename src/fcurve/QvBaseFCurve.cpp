@@ -2,6 +2,7 @@
 
 #include "fcurve/userdata_store.h"
 
+#include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
 
 // The other kinds join the factory as their classes are added to the library; until then a body
@@ -13,10 +14,6 @@
 #if __has_include(<qv/QvIntegerFCurve.h>)
 #include <qv/QvIntegerFCurve.h>
 #define QV_HAVE_INTEGER_FCURVE 1
-#endif
-#if __has_include(<qv/QvRawFCurve.h>)
-#include <qv/QvRawFCurve.h>
-#define QV_HAVE_RAW_FCURVE 1
 #endif
 #if __has_include(<qv/QvQuatFCurve.h>)
 #include <qv/QvQuatFCurve.h>
@@ -91,10 +88,8 @@ QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
     case QvBaseFCurve::KindInteger:
       return new QvIntegerFCurve(0.0);
 #endif
-#ifdef QV_HAVE_RAW_FCURVE
     case QvBaseFCurve::KindRaw:
       return new QvRawFCurve(0.0);
-#endif
 #ifdef QV_HAVE_QUAT_FCURVE
     case QvBaseFCurve::KindQuat:
       return new QvQuatFCurve(QvULong{0});

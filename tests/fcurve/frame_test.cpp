@@ -1,3 +1,4 @@
+#include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
 
 #include "fcurve/QvStdFCurveImpl.h"
@@ -6,6 +7,7 @@
 
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -68,6 +70,25 @@ TEST(FCurveFrame, FactoryRefusals) {
   const Body truncated({264, 20});  // a standard body that ends after its kind
   EXPECT_EQ(0, QvBaseFCurve_CreateFromBufferBody(truncated.body(), &out));
   EXPECT_EQ(nullptr, out);
+}
+
+// The factory builds each kind that the library has from that kind's own buffer.
+TEST(FCurveFrame, FactoryBuildsEachKind) {
+  QvStdFCurve standard;
+  standard.CreateKey(1.0, 2.0);
+  QvRawFCurve raw;
+  raw.CreateKey(1.0, 2.0);
+  for (const QvBaseFCurve* curve : {static_cast<const QvBaseFCurve*>(&standard),
+                                    static_cast<const QvBaseFCurve*>(&raw)}) {
+    SCOPED_TRACE(curve->GetKind());
+    std::vector<unsigned char> bytes(curve->GetBufferSize());
+    ASSERT_EQ(bytes.size(), curve->WriteToBuffer(bytes.data()));
+    QvBaseFCurve* out = nullptr;
+    ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &out));
+    std::unique_ptr<QvBaseFCurve> owned(out);
+    EXPECT_EQ(curve->GetKind(), out->GetKind());
+    EXPECT_EQ(2.0, out->Eval(1.0, 0));
+  }
 }
 
 TEST(FCurveFrame, LockCount) {
