@@ -234,31 +234,31 @@ TEST(StdFCurveStretch, ScaleAndOffsetASelection) {
     for (int i = 0; i <= 3; ++i) append_key(curve, i, 10.0 * i, Base::FSLinear);
     return curve;
   };
+  // Keys [1, 2], closed unless `openFrom`, about `anchor`.
+  auto stretch = [](QvStdFCurve& c, double anchor, double scale, double offset, int edge,
+                    QvLong openFrom = 0) {
+    return c.ScaleAndOffsetParameters(1.0, 2.0, anchor, scale, offset, openFrom, 0,
+                                      static_cast<Base::RegionHandle>(edge));
+  };
   QvStdFCurve curve = make();
-  ASSERT_EQ(1, curve.ScaleAndOffsetParameters(1.0, 2.0, 1.0, 1.5, 0.25, 0, 0,
-                                              Base::RegionHandle(4)));
+  ASSERT_EQ(1, stretch(curve, 1.0, 1.5, 0.25, 4));
   QvDoubleArray keys;
   curve.GetAllKeyParameters(keys);
   EXPECT_EQ(1.25, keys[1]);
   EXPECT_EQ(2.75, keys[2]);
   EXPECT_EQ(20.0, curve.Eval(2.75, 0));
   QvStdFCurve values = make();
-  ASSERT_EQ(1, values.ScaleAndOffsetParameters(1.0, 2.0, 10.0, 2.0, 1.0, 1, 0,
-                                               Base::RegionHandle(8)));
+  ASSERT_EQ(1, stretch(values, 10.0, 2.0, 1.0, 8, 1));
   EXPECT_EQ(10.0, values.Eval(1.0, 0));  // open at `from`: the key there stays
   EXPECT_EQ(31.0, values.Eval(2.0, 0));
-  // A key may not pass its neighbour, nor the axis turn over; other handles do nothing.
+  // A key may not pass its neighbour, nor the axis turn over; other edges do nothing; a lock
+  // holds its axis only.
   QvStdFCurve refused = make();
-  EXPECT_EQ(0, refused.ScaleAndOffsetParameters(1.0, 2.0, 1.0, 3.0, 0.0, 0, 0,
-                                                Base::RegionHandle(4)));
-  EXPECT_EQ(0, refused.ScaleAndOffsetParameters(1.0, 2.0, 1.0, -1.0, 0.0, 0, 0,
-                                                Base::RegionHandle(2)));
-  EXPECT_EQ(0, refused.ScaleAndOffsetParameters(1.0, 2.0, 1.0, 1.0, 0.1, 0, 0,
-                                                Base::RegionHandle(3)));
+  EXPECT_EQ(0, stretch(refused, 1.0, 3.0, 0.0, 4));
+  EXPECT_EQ(0, stretch(refused, 1.0, -1.0, 0.0, 2));
+  EXPECT_EQ(0, stretch(refused, 1.0, 1.0, 0.1, 3));
   refused.GetImpl()->Key(1).flags |= qv::internal::kFlagParameterLocked;
-  EXPECT_EQ(0, refused.ScaleAndOffsetParameters(1.0, 2.0, 1.0, 1.0, 0.1, 0, 0,
-                                                Base::RegionHandle(2)));
-  EXPECT_EQ(1, refused.ScaleAndOffsetParameters(1.0, 2.0, 1.0, 2.0, 0.0, 0, 0,
-                                                Base::RegionHandle(1)));
+  EXPECT_EQ(0, stretch(refused, 1.0, 1.0, 0.1, 2));
+  EXPECT_EQ(1, stretch(refused, 1.0, 2.0, 0.0, 1));
   EXPECT_EQ(1.0, refused.GetImpl()->Key(1).parameter);
 }
