@@ -1,10 +1,14 @@
+#include <qv/QvGC.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvTransfo4.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <vector>
 
 #include "shape/shape_test_support.h"
@@ -60,6 +64,15 @@ TEST(PathBuffer, ExactBytesAndRoundTrip) {
   EXPECT_EQ(0u, back.NumPoints());
   back.Moveto(P(1, 1));
   EXPECT_EQ(1, back.IsActive());
+
+  // A range copy cut through a cubic stores types that no verb would build;
+  // they are read back as they stand, with the copy's active word.
+  QvPath2f mixed;
+  qv_test::build_mixed(mixed);
+  const Bytes cut = qv_test::stored(QvPath2f(mixed, 2, 5));
+  EXPECT_EQ((Bytes{1, 9, 10, 5, 1, 0, 0, 0}), Bytes(cut.end() - 8, cut.end()));
+  ASSERT_EQ(cut.size() - 4, back.ReadFromBufferBody(cut.data() + 4));
+  EXPECT_EQ(cut, qv_test::stored(back));
 }
 
 TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
@@ -67,7 +80,7 @@ TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
   source.Moveto(P(0, 0));
   source.Curveto(P(1, 0), P(2, 1), P(2, 2));
   source.Lineto(P(0, 0));
-  const Bytes good = qv_test::stored(source);  // n = 5: types at 52, active at 57
+  const Bytes good = qv_test::stored(source);  // n = 5
   QvPath2f target;
   target.Moveto(P(7, 7));
   target.Lineto(P(8, 8));
@@ -89,63 +102,134 @@ TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
     unsigned char value;
   };
   const Case cases[] = {
-      {"kind 2", 4, 2},
-      {"count one too many", 8, 6},
-      {"first point not a Moveto", 52, 3},
-      {"handle run broken", 54, 8},
-      {"handle of another degree", 54, 13},
-      {"end of another degree", 55, 6},
-      {"reserved type", 56, 2},
-      {"no type", 56, 0},
-      {"type past the table", 56, 47},
-      {"handle at the very end", 56, 5},
-      {"active 2", 57, 2},
+      {"kind 2", 4, 2}, {"kind 0", 4, 0}, {"count one too many", 8, 6},
+      {"count one too few", 8, 4}, {"count past 2^24", 11, 1},
   };
   for (const Case& c : cases) {
     Bytes bad = good;
     bad[c.offset] = c.value;
     EXPECT_TRUE(refused(bad)) << c.name;
   }
+  Bytes longer = good;
+  longer.push_back(0);
+  set_length_word(longer);
+  EXPECT_TRUE(refused(longer)) << "a byte past the points";
   Bytes high = good;
   high[6] = 0x34;  // the high half of the kind word is not looked at
   EXPECT_EQ(good.size() - 4, target.ReadFromBufferBody(high.data() + 4));
 }
 
-TEST(PathBuffer, RandomBodiesAreRefusedOrReadWhole) {
+// Whatever a path holds, every query walks it without leaving its arrays:
+// paths built with misused verbs, range copies cut through segments, and
+// random bodies, which are read whenever their kind and count fit.
+void exercise(const QvPath2f& source) {
+  QvPath2f path(source);
+  const QvULong n = path.NumPoints();
+  QvPoint2fArray pts;
+  QvPointTagArray tags;
+  path.AltFlatten(0.5, pts, tags);
+  ASSERT_EQ(pts.GetSize(), tags.GetSize());
+  QvGC gc;
+  gc.SetSamplingDistance(0.7);
+  path.Sample(gc, pts, tags);
+  QvFloatArray fractions;
+  fractions.Add(0.5f);
+  QvPointTagArray fraction_tags;
+  path.Sample(gc, fractions, pts, fraction_tags);
+  QvPoint2dArray dpts;
+  QvExtent2<double> clip;
+  clip.min = QvPoint2<double>(-1, -1);
+  clip.max = QvPoint2<double>(1, 1);
+  clip.state = QvExtentStates::ExtentBounded;
+  path.TransformFlattenAndClipClosedSubPaths(QvTransfo4(), 0.5, clip, dpts, tags);
+  path.GetTightExtent(clip);
+  path.IsIntersectingExtent(gc, qv_test::box(-1, -1, 1, 1), 1);
+  std::ostringstream text;
+  text << path;
+  path.NumSegments();
+  path.LargestDegree();
+  for (QvULong i = 0; i < n + 2; ++i) {
+    SCOPED_TRACE(i);
+    QvULong first = 12345, last = 12345;
+    path.GetSegmentIndices(i, first, last);
+    EXPECT_TRUE(i < n ? first <= i && i <= last && last < n : first == 12345u);
+    path.GetNodeNormalizedArcLength(i, 0.5);
+    QvPoint2<float> p(-1, -1);
+    EXPECT_EQ(i < n ? 1 : 0, path.GetPoint(i, p));
+    QvExtent2<float> e;
+    path.GetSegmentExtent(i, e);
+    QvPath2f part(path, i, n - 1);
+    part.AltFlatten(0.5, pts, tags);
+  }
+  for (QvULong i = 0; i < n + 2; ++i) {  // these may add points as they go
+    path.LockG1(i);
+    path.UnlockG1(i);
+    path.OpenSubpath(i);
+    path.CloseSubpath(i);
+  }
+  path.AltFlatten(0.5, pts, tags);
+}
+
+TEST(PathBuffer, AnyTypesAreReadAndWalkedSafely) {
+  QvPath2f no_moveto;
+  no_moveto.Lineto(P(1, 1));
+  no_moveto.Curveto(P(2, 0), P(3, 3));
+  QvPath2f late_line;
+  qv_test::build_mixed(late_line);
+  late_line.Lineto(P(40, 40));  // after the subpath ended, without a Moveto
+  for (const QvPath2f* made : {&no_moveto, &late_line}) {
+    exercise(*made);
+    exercise(QvPath2f(*made, 2, 5));  // through a cubic's handles
+  }
+
   std::mt19937 rng(20261123);
   QvULong accepted = 0;
-  for (int round = 0; round < 4000; ++round) {
-    // Mostly well-sized bodies with a plausible header, so that the checks
-    // of the types and the active word are what refuses them.
-    const std::uint32_t n = static_cast<std::uint32_t>(rng() % 6);
-    Bytes bytes(4 + (round % 4 == 0 ? static_cast<std::uint32_t>(rng() % 64) : 9 * n + 12));
+  for (int round = 0; round < 3000; ++round) {
+    // Mostly bodies whose kind and count fit, with types drawn from the
+    // whole byte; every fourth one random throughout.
+    const std::uint32_t n = static_cast<std::uint32_t>(rng() % 7);
+    const bool plausible = round % 4 != 0;
+    Bytes bytes(4 + (plausible ? 9 * n + 12 : static_cast<std::uint32_t>(rng() % 64)));
     for (std::size_t k = 4; k < bytes.size(); ++k) bytes[k] = static_cast<unsigned char>(rng());
     set_length_word(bytes);
-    if (round % 4 != 0) {
+    if (plausible) {
       bytes[4] = 1;
-      bytes[5] = bytes[6] = bytes[7] = 0;
+      bytes[5] = 0;
       for (std::uint32_t k = 0; k < 4; ++k) bytes[8 + k] = static_cast<unsigned char>(n >> (8 * k));
+      // Coordinates stay small, so that flattening them stays cheap.
+      for (std::size_t c = 0; c < 2 * n; ++c) {
+        const float v = static_cast<float>(static_cast<int>(rng() % 17) - 8) * 0.5f;
+        std::uint32_t v_bits;
+        std::memcpy(&v_bits, &v, 4);
+        for (std::uint32_t k = 0; k < 4; ++k) bytes[12 + 4 * c + k] = static_cast<unsigned char>(v_bits >> (8 * k));
+      }
       for (std::size_t t = 0; t < n; ++t)
-        bytes[12 + 8 * n + t] = static_cast<unsigned char>(rng() % 3 == 0 ? 1u : rng() % 12);
-      bytes[bytes.size() - 4] = static_cast<unsigned char>(rng() % 2);
-      bytes[bytes.size() - 3] = bytes[bytes.size() - 2] = bytes[bytes.size() - 1] = 0;
+        if (rng() % 3 == 0) bytes[12 + 8 * n + t] = 1;  // enough Moveto to make subpaths
     }
+    const std::size_t length = bytes.size() - 4;
+    const bool fits = length >= 12 && bytes[4] == 1 && bytes[5] == 0 &&
+                      9 * static_cast<std::uint64_t>(bytes[8] | bytes[9] << 8 | bytes[10] << 16 |
+                                                     static_cast<std::uint32_t>(bytes[11]) << 24) +
+                              12 ==
+                          length;
     QvPath2f path;
     path.Moveto(P(1, 2));
     const QvULong read = path.ReadFromBufferBody(bytes.data() + 4);
-    if (read == 0) {
+    ASSERT_EQ(fits ? length : 0u, read) << round;
+    if (!read) {
       ASSERT_EQ(1u, path.NumPoints());
       continue;
     }
     ++accepted;
-    // What was accepted can be walked and is stored again as it came.
-    QvPoint2fArray flat;
-    QvPointTagArray tags;
-    path.AltFlatten(1.0, flat, tags);
-    ASSERT_EQ(flat.GetSize(), tags.GetSize());
-    ASSERT_EQ(bytes, qv_test::stored(path));
+    // Stored again as it came, but for the high half of the kind word and
+    // the bits above the type.
+    Bytes want = bytes;
+    want[6] = want[7] = 0;
+    for (std::size_t t = 0; t < (length - 12) / 9; ++t) want[12 + 8 * ((length - 12) / 9) + t] &= 0x3F;
+    ASSERT_EQ(want, qv_test::stored(path)) << round;
+    ASSERT_NO_FATAL_FAILURE(exercise(path)) << round;
   }
-  EXPECT_GT(accepted, 100u);
+  EXPECT_GT(accepted, 1000u);
 }
 
 }  // namespace

@@ -230,40 +230,4 @@ TEST(PathModel, PrintListsCountsThenPoints) {
       out.str());
 }
 
-// Verbs used out of order, cuts through a segment, and indices past the end
-// must leave a path that every query walks without leaving its arrays.
-TEST(PathModel, MisusedVerbsAndBadIndicesStaySafe) {
-  std::vector<std::unique_ptr<QvPath2f>> paths;
-  paths.emplace_back(new QvPath2f);
-  paths.back()->Lineto(P(1, 1));  // no Moveto at all
-  paths.back()->Curveto(P(2, 0), P(3, 3));
-  paths.emplace_back(new QvPath2f);
-  qv_test::build_mixed(*paths.back());
-  paths.back()->Lineto(P(40, 40));  // after the subpath ended, without a Moveto
-  paths.emplace_back(new QvPath2f(*paths.back(), 2, 5));  // through a cubic's handles
-  paths.emplace_back(new QvPath2f(*paths.back(), 1, 1000));
-  for (std::size_t k = 0; k < paths.size(); ++k) {
-    SCOPED_TRACE(k);
-    QvPath2f& path = *paths[k];
-    const QvULong n = path.NumPoints();
-    QvPoint2fArray pts;
-    QvPointTagArray tags;
-    path.AltFlatten(0.5, pts, tags);
-    EXPECT_EQ(pts.GetSize(), tags.GetSize());
-    QvExtent2<double> e;
-    path.GetTightExtent(e);
-    for (QvULong i = 0; i < n + 2; ++i) {
-      QvULong first = 12345, last = 12345;
-      path.GetSegmentIndices(i, first, last);
-      EXPECT_TRUE(i < n ? first <= i && last < n : first == 12345u);
-      path.GetNodeNormalizedArcLength(i, 0.5);
-      path.LockG1(i);
-      QvPoint2<float> p(-1, -1);
-      EXPECT_EQ(i < n ? 1 : 0, path.GetPoint(i, p));
-    }
-    EXPECT_EQ(0, path.CloseSubpath(n));
-    EXPECT_EQ(0u, path.FlattenSubpath(n, 0.5, pts));
-  }
-}
-
 }  // namespace
