@@ -86,14 +86,17 @@ TEST(PathModel, CountsOfEmptyLoneAndMixedPaths) {
 }
 
 TEST(PathModel, ClosingMarksWhatWasDrawnBackToTheStart) {
-  struct Case { const char* name; float dx; QvLong want; QvLong active_after; };
-  const Case cases[] = {{"off by 2e-7", 2e-7f, 0, 1}, {"off by 1e-7", 1e-7f, 1, 0}};
+  // IsPathClosed only compares the ends, ten times as loosely as Closeto.
+  struct Case { const char* name; float dx; QvLong want, active_after, looks_closed; };
+  const Case cases[] = {{"off by 2e-6", 2e-6f, 0, 1, 0}, {"off by 1e-6", 1e-6f, 0, 1, 1},
+                        {"off by 2e-7", 2e-7f, 0, 1, 1}, {"off by 1e-7", 1e-7f, 1, 0, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     PathProbe path;
     path.Moveto(P(0, 0));
     path.Lineto(P(5, 5));
     path.Lineto(QvPoint2<float>(c.dx, 0.0f));
+    EXPECT_EQ(c.looks_closed, path.IsPathClosed());
     EXPECT_EQ(c.want, path.Closeto());
     EXPECT_EQ(c.active_after, path.IsActive());
     EXPECT_EQ(c.want ? QvPath2f::PointLineClose : QvPath2f::PointLine, path.GetType(2));
@@ -202,6 +205,26 @@ TEST(PathModel, CopiesAreDeepRangeCopiesOpenWhatTheyCut) {
   EXPECT_EQ(before, qv_test::stored(*clone));
   EXPECT_EQ(before, qv_test::stored(copy));
   EXPECT_EQ(before, qv_test::stored(by_shape));
+}
+
+TEST(PathModel, WholePathMovesMapEveryPoint) {
+  // The point (3, 1) under each move; angles are in degrees, about the centre.
+  struct Case { const char* name; void (*move)(QvShape2f&); float x, y; };
+  const Case cases[] = {
+      {"translate", [](QvShape2f& s) { s.Translate(P(1, -2)); }, 4, -1},
+      {"rotate 90 about (1, 1)", [](QvShape2f& s) { s.Rotate(90.0, P(1, 1)); }, 1, 3},
+      {"scale about (1, 1)", [](QvShape2f& s) { s.Scale(2.0, -1.0, P(1, 1)); }, 5, 1},
+      {"shear x", [](QvShape2f& s) { s.ShearX(0.5, 0.0); }, 3.5f, 1},
+      {"shear y", [](QvShape2f& s) { s.ShearY(0.5, 0.0); }, 3, 2.5f},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    QvPath2f path;
+    path.Moveto(P(3, 1));
+    c.move(path);
+    EXPECT_EQ(c.x, path.GetPoint(0).x);
+    EXPECT_EQ(c.y, path.GetPoint(0).y);
+  }
 }
 
 TEST(PathModel, PrintListsCountsThenPoints) {
