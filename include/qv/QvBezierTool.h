@@ -26,7 +26,9 @@ class QV_API QvBezierTool {
   // the last control point, whose end points are copied exactly as given. Returns the number of
   // points appended. A degree of 0 or 1 appends the end points only (degree 0 appends its one point
   // twice). A degree above MaxDegreeForThisImplementation, or a null pointer, appends nothing and
-  // returns 0. out must not alias points.
+  // returns 0. The control points may lie in out itself. However fine the tolerance, one call
+  // walks at most 2^22 steps in all: finer polylines than that resolve nothing a drawing can use,
+  // and a zero, negative or NaN tolerance draws the end points only.
   QvULong Flatten(const QvPoint2<float>* points, QvULong first, QvULong degree, double tolerance,
                   QvPoint2fArray* out, QvLong skipFirst);
   QvULong Flatten(const QvPoint2<double>* points, QvULong first, QvULong degree, double tolerance,
@@ -36,13 +38,18 @@ class QV_API QvBezierTool {
                   QvPoint2fArray* out, QvLong skipFirst);
 
   // degree + 1 below degree 2; otherwise the sample count of the whole curve flattened as a single
-  // forward-differenced leaf. 0 for an unsupported degree or a null pointer.
+  // forward-differenced leaf, up to 2^31 + 1. 0 for an unsupported degree or a null pointer.
   QvULong FlatPolylineSizeUpperBound(const QvPoint2<float>* points, QvULong first, QvULong degree,
                                      double tolerance);
 
   static QvULong MaxDegreeForThisImplementation();
 
-  // Curve fitting. Samples are single precision; the fitted segments go to path.
+  // Fits Bezier segments of the given degree (3 to 8) to a run of samples and appends them to path,
+  // cutting the run at corners: turns past a right angle whose squared cosine, between the reversed
+  // incoming and the outgoing direction, exceeds cornerCosSquared. Unless pointsAreClean, exact
+  // repeats are dropped first. Returns the number of segments added; a lone sample gives a Moveto
+  // and 1. continuePath nonzero means that path already ends at the first sample. ClosedFit expects
+  // the last sample to repeat the first, and closes the outline.
   QvULong OpenFit(const QvPoint2fArray& points, double cornerCosSquared, QvULong degree,
                   double tolerance, QvLong pointsAreClean, QvPath2f* path, QvLong continuePath);
   QvULong ClosedFit(const QvPoint2fArray& points, double cornerCosSquared, QvULong degree,
@@ -72,6 +79,8 @@ class QV_API QvBezierTool {
 
  private:
   // Flattening, in calling order.
+  QvULong FlattenWidened(const QvPoint2<double>* block, QvULong degree, double tolerance,
+                         QvLong skipFirst);
   void ContextInitOne(const QvPoint2<double>* points);
   QvULong DepthPMSOFD();
   void PMSOFD(const QvPoint2<double>* points, QvULong depth);
@@ -80,6 +89,8 @@ class QV_API QvBezierTool {
   void Emit(const QvPoint2<double>& p);
 
   // Fitting.
+  QvULong FitStretches(const QvPoint2fArray& samples, double cornerCosSquared, QvULong degree,
+                       double tolerance, QvPath2f* path);
   void OpenFit2DPrivate(QvULong first, const QvPoint2<double>& startTangent, QvULong last,
                         const QvPoint2<double>& endTangent, QvULong degree);
   QvPoint2<double> UnitTangentVectorFirst(QvULong i) const;
@@ -109,13 +120,15 @@ class QV_API QvBezierTool {
 };
 
 // Free cubic tools. A pointer to points stands for a block of exactly four control points (P[0] to
-// P[3]); skipFirst, when nonzero, leaves out P[0], which the caller has already emitted. The Flatten
-// functions append to out and return the number of points appended; out must not alias the input.
+// P[3]); skipFirst, when nonzero, leaves out P[0], which the caller has already emitted. The
+// Flatten functions append to out and return the number of points appended; the input may lie in
+// out.
 
 // Caps a leaf at 2^10 steps, so that one leaf never gives more than 1023 inner points.
 QV_API QvULong QvBezierTool_FlattenCubic2d(const QvPoint2<double>* points, double tolerance,
                                            QvPoint2dArray* out, QvLong skipFirst);
-// Works in double and rounds only the points it writes; no cap on the leaf.
+// Works in double and rounds only the points it writes. Neither this form nor the 3D one caps its
+// leaves; only the step budget of a call, as for QvBezierTool::Flatten, bounds them.
 QV_API QvULong QvBezierTool_FlattenCubic2f(const QvPoint2<float>* points, double tolerance,
                                            QvPoint2fArray* out, QvLong skipFirst);
 QV_API QvULong QvBezierTool_FlattenCubic3d(const QvPoint3<double>* points, double tolerance,
@@ -128,8 +141,8 @@ QV_API QvULong QvBezierTool_FlattenGamma(const QvPoint2<double>* points, double 
 
 // Flatten and clip to extent, appending to three parallel arrays: the points, a tag each (TagFirst
 // starts a run, TagLast ends one) and a flag each (1 for a drawn point; a run's last point gets 0
-// when a new curve broke the run and 1 when clipping did). The three arrays must have equal sizes on
-// entry; otherwise, or with a null pointer, nothing is written.
+// when a new curve broke the run and 1 when clipping did). The three arrays must have equal sizes
+// on entry; otherwise, or with a null pointer, nothing is written.
 QV_API void QvBezierTool_ClipAndFlattenCubic2d(const QvPoint2<double>* points, double tolerance,
                                                const QvExtent2<double>& extent,
                                                QvPoint2dArray* outPoints, QvPointTagArray* outTags,
@@ -153,7 +166,7 @@ QV_API QvLong QvBezierTool_LocatePoint3d(const QvPoint3<double>* points, double 
                                          double& parameter);
 
 // Splits the cubic p at t into out[0..4]: the halves are p[0], out[0], out[1], out[2] and out[2],
-// out[3], out[4], p[3]. out must hold five points and must not alias p.
+// out[3], out[4], p[3]. out must hold five points; it may overlap p.
 QV_API void QvBezierTool_SplitCubic3d(const QvPoint3<double>* p, QvPoint3<double>* out, double t);
 
 // Grow extent by the control points of the cubic cut into four at midpoints: a bound by the convex

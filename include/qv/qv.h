@@ -13,9 +13,11 @@
 #include <qv/QvBezierTool.h>
 #include <qv/QvBaseFCurve.h>
 #include <qv/QvStdFCurve.h>
+#include <qv/QvRawFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvFill.h>
 
 #endif

@@ -1,8 +1,8 @@
 #include <qv/QvBezierTool.h>
 
-#include "bezier/bezier_core.h"
-
 #include <cmath>
+
+#include "bezier/bezier_core.h"
 
 namespace {
 
@@ -38,66 +38,48 @@ QvBezierTool::~QvBezierTool() = default;
 
 QvULong QvBezierTool::MaxDegreeForThisImplementation() { return kMaxBezierDegree; }
 
+// The control points are copied before anything is written: they may lie in out itself.
 QvULong QvBezierTool::Flatten(const QvPoint2<float>* points, QvULong first, QvULong degree,
                               double tolerance, QvPoint2fArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr || degree > kMaxBezierDegree) return 0;
-  const QvPoint2<float>* p = points + first;
-  if (degree < 2) {
-    if (!skipFirst) out->Add(p[0]);
-    out->Add(p[degree]);
-    return skipFirst ? 1 : 2;
-  }
-  m_degree = degree;
-  m_tolerance = tolerance;
-  m_numEmitted = 0;
+  QvPoint2<double> block[kMaxBezierDegree + 1];
+  for (QvULong i = 0; i <= degree; ++i) block[i] = points[first + i].ToDouble();
   m_outFloat = out;
   m_outDouble = nullptr;
   m_outIsDouble = 0;
-  m_maxLog2Steps = qv::internal::kLog2StepBudget;
-  QvPoint2<double> block[kMaxBezierDegree + 1];
-  for (QvULong i = 0; i <= degree; ++i) block[i] = p[i].ToDouble();
-  ContextInitOne(block);
-  // The end points go out exactly as given: only what the engine computes is rounded.
-  if (!skipFirst) {
-    out->Add(p[0]);
-    ++m_numEmitted;
-  }
-  const QvULong depth = DepthPMSOFD();
-  m_maxLog2Steps = qv::internal::kLog2StepBudget - depth;
-  PMSOFD(block, depth);
-  out->Add(p[degree]);
-  ++m_numEmitted;
-  return m_numEmitted;
+  return FlattenWidened(block, degree, tolerance, skipFirst);
 }
 
 QvULong QvBezierTool::Flatten(const QvPoint2<double>* points, QvULong first, QvULong degree,
                               double tolerance, QvPoint2dArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr || degree > kMaxBezierDegree) return 0;
-  const QvPoint2<double>* p = points + first;
-  if (degree < 2) {
-    if (!skipFirst) out->Add(p[0]);
-    out->Add(p[degree]);
-    return skipFirst ? 1 : 2;
-  }
-  m_degree = degree;
-  m_tolerance = tolerance;
-  m_numEmitted = 0;
+  QvPoint2<double> block[kMaxBezierDegree + 1];
+  for (QvULong i = 0; i <= degree; ++i) block[i] = points[first + i];
   m_outFloat = nullptr;
   m_outDouble = out;
   m_outIsDouble = 1;
-  m_maxLog2Steps = qv::internal::kLog2StepBudget;
-  QvPoint2<double> block[kMaxBezierDegree + 1];
-  for (QvULong i = 0; i <= degree; ++i) block[i] = p[i];
-  ContextInitOne(block);
-  if (!skipFirst) {
-    out->Add(p[0]);
-    ++m_numEmitted;
+  return FlattenWidened(block, degree, tolerance, skipFirst);
+}
+
+// Both precisions meet here, in double. The end points go out through the same rounding as the
+// points the engine computes, which gives single-precision ends back exactly as they were given.
+QvULong QvBezierTool::FlattenWidened(const QvPoint2<double>* block, QvULong degree,
+                                     double tolerance, QvLong skipFirst) {
+  m_numEmitted = 0;
+  if (degree < 2) {  // nothing to measure: the table is left alone
+    if (!skipFirst) Emit(block[0]);
+    Emit(block[degree]);
+    return m_numEmitted;
   }
+  m_degree = degree;
+  m_tolerance = tolerance;
+  m_maxLog2Steps = qv::internal::kLog2StepBudget;
+  ContextInitOne(block);
+  if (!skipFirst) Emit(block[0]);
   const QvULong depth = DepthPMSOFD();
   m_maxLog2Steps = qv::internal::kLog2StepBudget - depth;
   PMSOFD(block, depth);
-  out->Add(p[degree]);
-  ++m_numEmitted;
+  Emit(block[degree]);
   return m_numEmitted;
 }
 
@@ -116,7 +98,7 @@ QvULong QvBezierTool::FlatPolylineSizeUpperBound(const QvPoint2<float>* points, 
   if (degree < 2) return degree + 1;
   m_degree = degree;
   m_tolerance = tolerance;
-  m_maxLog2Steps = qv::internal::kLog2StepBudget;
+  m_maxLog2Steps = qv::internal::kMaxCountableLog2Steps;
   QvPoint2<double> block[kMaxBezierDegree + 1];
   for (QvULong i = 0; i <= degree; ++i) block[i] = points[first + i].ToDouble();
   ContextInitOne(block);
@@ -255,11 +237,10 @@ void QvBezierTool::OFDInnerLoop() {
                              [out](const QvPoint2<double>& p) { out->Add(p); });
   } else {
     QvPoint2fArray* out = m_outFloat;
-    walk_forward_differences(start, m_forwardDifferences, m_degree, count,
-                             [out](const QvPoint2<double>& p) {
-                               out->Add(QvPoint2<float>(static_cast<float>(p.x),
-                                                        static_cast<float>(p.y)));
-                             });
+    walk_forward_differences(
+        start, m_forwardDifferences, m_degree, count, [out](const QvPoint2<double>& p) {
+          out->Add(QvPoint2<float>(static_cast<float>(p.x), static_cast<float>(p.y)));
+        });
   }
   m_numEmitted += count;
 }

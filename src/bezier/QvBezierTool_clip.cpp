@@ -1,10 +1,10 @@
 #include <qv/QvBezierTool.h>
 
-#include "bezier/bezier_core.h"
-#include "bezier/clip_segment.h"
-
 #include <algorithm>
 #include <cmath>
+
+#include "bezier/bezier_core.h"
+#include "bezier/clip_segment.h"
 
 namespace qv::internal {
 
@@ -114,17 +114,18 @@ void QvBezierTool_ClipAndFlattenCubic2d(const QvPoint2<double>* points, double t
   TaggedOutput out;
   if (points == nullptr || !make_output(outPoints, outTags, outFlags, out)) return;
   if (extent.state == QvExtentStates::ExtentEmpty) return;
-  if (extent.state != QvExtentStates::ExtentUniverse && !control_box_inside(points, extent)) {
+  const QvPoint2<double> p[4] = {points[0], points[1], points[2], points[3]};
+  if (extent.state != QvExtentStates::ExtentUniverse && !control_box_inside(p, extent)) {
     QvPoint2dArray flat(32);
-    QvBezierTool_FlattenCubic2d(points, tolerance, &flat, 0);
+    QvBezierTool_FlattenCubic2d(p, tolerance, &flat, 0);
     for (QvULong i = 0; i + 1 < flat.GetSize(); ++i)
       out.AppendClippedSegment(flat[i], flat[i + 1], extent);
     return;
   }
   // A run broken by a new curve ends with flag 0: the join is not part of the drawing.
-  out.StartRunAt(points[0], 0);
+  out.StartRunAt(p[0], 0);
   const QvULong before = outPoints->GetSize();
-  QvBezierTool_FlattenCubic2d(points, tolerance, outPoints, 1);
+  QvBezierTool_FlattenCubic2d(p, tolerance, outPoints, 1);
   out.TagAppendedSince(before);
 }
 
@@ -134,7 +135,7 @@ void QvBezierTool_ClipAndFlattenGamma(const QvPoint2<double>* points, double tol
   TaggedOutput out;
   if (points == nullptr || !make_output(outPoints, outTags, outFlags, out)) return;
   if (extent.state == QvExtentStates::ExtentEmpty) return;
-  const QvPoint2<double>* p = points;
+  const QvPoint2<double> p[4] = {points[0], points[1], points[2], points[3]};
   if (extent.state != QvExtentStates::ExtentUniverse) {
     // Only a well-formed arc, falling from P[0] through P[1] and P[2] to P[3] with every span at
     // least the tolerance, is drawn curved; anything else is drawn as its chord, clipped.

@@ -10,9 +10,11 @@ using qv::internal::kLog2StepBudget;
 // The hand-folded cubic form of the flattening engine: the same depth and step rules as the
 // general degree, with the conversion constants written out. Depth is at most 10, so the control
 // polygons of the recursion all live on the stack.
-template <class P, class Sink> class CubicFlattener {
+template <class P, class Sink>
+class CubicFlattener {
  public:
-  CubicFlattener(double q, QvULong max_log2, Sink sink) : m_q(q), m_maxLog2(max_log2), m_sink(sink) {}
+  CubicFlattener(double q, QvULong max_log2, Sink sink)
+      : m_q(q), m_maxLog2(max_log2), m_sink(sink) {}
 
   void Run(const P* p, QvULong depth) {
     if (depth == 0) {
@@ -66,11 +68,12 @@ constexpr QvULong kNoLeafCap = kLog2StepBudget;
 QvULong QvBezierTool_FlattenCubic2d(const QvPoint2<double>* points, double tolerance,
                                     QvPoint2dArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr) return 0;
+  // A copy: out may grow, and the points may live in it.
+  const QvPoint2<double> p[4] = {points[0], points[1], points[2], points[3]};
   const QvULong before = out->GetSize();
-  if (!skipFirst) out->Add(points[0]);
-  flatten_cubic(points, tolerance, kCubic2dLeafCap,
-                [out](const QvPoint2<double>& p) { out->Add(p); });
-  out->Add(points[3]);
+  if (!skipFirst) out->Add(p[0]);
+  flatten_cubic(p, tolerance, kCubic2dLeafCap, [out](const QvPoint2<double>& q) { out->Add(q); });
+  out->Add(p[3]);
   return out->GetSize() - before;
 }
 
@@ -78,29 +81,33 @@ QvULong QvBezierTool_FlattenCubic2f(const QvPoint2<float>* points, double tolera
                                     QvPoint2fArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr) return 0;
   const QvULong before = out->GetSize();
+  const QvPoint2<float> first_point = points[0];
+  const QvPoint2<float> last_point = points[3];
   const QvPoint2<double> wide[4] = {points[0].ToDouble(), points[1].ToDouble(),
                                     points[2].ToDouble(), points[3].ToDouble()};
-  if (!skipFirst) out->Add(points[0]);
+  if (!skipFirst) out->Add(first_point);
   // The running state stays in double; only what is written is rounded.
   flatten_cubic(wide, tolerance, kNoLeafCap, [out](const QvPoint2<double>& p) {
     out->Add(QvPoint2<float>(static_cast<float>(p.x), static_cast<float>(p.y)));
   });
-  out->Add(points[3]);
+  out->Add(last_point);
   return out->GetSize() - before;
 }
 
 QvULong QvBezierTool_FlattenCubic3d(const QvPoint3<double>* points, double tolerance,
                                     QvPoint3dArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr) return 0;
+  const QvPoint3<double> p[4] = {points[0], points[1], points[2], points[3]};
   const QvULong before = out->GetSize();
-  if (!skipFirst) out->Add(points[0]);
-  flatten_cubic(points, tolerance, kNoLeafCap, [out](const QvPoint3<double>& p) { out->Add(p); });
-  out->Add(points[3]);
+  if (!skipFirst) out->Add(p[0]);
+  flatten_cubic(p, tolerance, kNoLeafCap, [out](const QvPoint3<double>& q) { out->Add(q); });
+  out->Add(p[3]);
   return out->GetSize() - before;
 }
 
-void QvBezierTool_SplitCubic3d(const QvPoint3<double>* p, QvPoint3<double>* out, double t) {
-  if (p == nullptr || out == nullptr) return;
+void QvBezierTool_SplitCubic3d(const QvPoint3<double>* points, QvPoint3<double>* out, double t) {
+  if (points == nullptr || out == nullptr) return;
+  const QvPoint3<double> p[4] = {points[0], points[1], points[2], points[3]};
   const auto lerp = [t](const QvPoint3<double>& a, const QvPoint3<double>& b) {
     return QvPoint3<double>(a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t, a.z + (b.z - a.z) * t);
   };
@@ -114,11 +121,13 @@ void QvBezierTool_SplitCubic3d(const QvPoint3<double>* p, QvPoint3<double>* out,
 
 namespace {
 
-template <class T> QvPoint2<T> half_way(const QvPoint2<T>& a, const QvPoint2<T>& b) {
+template <class T>
+QvPoint2<T> half_way(const QvPoint2<T>& a, const QvPoint2<T>& b) {
   return QvPoint2<T>(static_cast<T>((a.x + b.x) * T(0.5)), static_cast<T>((a.y + b.y) * T(0.5)));
 }
 
-template <class T> void split_half(const QvPoint2<T>* p, QvPoint2<T>* left, QvPoint2<T>* right) {
+template <class T>
+void split_half(const QvPoint2<T>* p, QvPoint2<T>* left, QvPoint2<T>* right) {
   const QvPoint2<T> p01 = half_way(p[0], p[1]);
   const QvPoint2<T> p12 = half_way(p[1], p[2]);
   const QvPoint2<T> p23 = half_way(p[2], p[3]);

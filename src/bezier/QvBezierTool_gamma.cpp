@@ -16,7 +16,7 @@ constexpr QvULong kMaxGammaInnerPoints = 1024;
 QvULong QvBezierTool_FlattenGamma(const QvPoint2<double>* points, double /*tolerance*/,
                                   QvPoint2dArray* out, QvLong skipFirst) {
   if (points == nullptr || out == nullptr) return 0;
-  const QvPoint2<double>* p = points;
+  const QvPoint2<double> p[4] = {points[0], points[1], points[2], points[3]};
   const QvULong before = out->GetSize();
   // The box corner, not the start of the stretch: the callers that draw whole curves rely on it.
   if (!skipFirst) out->Add(p[0]);
@@ -37,7 +37,8 @@ QvULong QvBezierTool_FlattenGamma(const QvPoint2<double>* points, double /*toler
     for (double u = u1 + dt; u > u1 && u < u2 && emitted < kMaxGammaInnerPoints; u += dt) {
       const double y = p[0].y - std::pow(u, g) * h;
       const double x = w * u + p[0].x;
-      out->Add(static_cast<double>(static_cast<float>(x)), static_cast<double>(static_cast<float>(y)));
+      out->Add(static_cast<double>(static_cast<float>(x)),
+               static_cast<double>(static_cast<float>(y)));
       ++emitted;
     }
   }

@@ -42,11 +42,16 @@ inline bool outside_grown_box(const QvPoint3<double>* p, const QvPoint3<double>&
 
 // Nearest point search over the flattened cubic: subdivision prunes halves whose box, grown by the
 // acceptance bound, misses the point; the leaves walk their polyline segment by segment.
-template <class P> class Locator {
+template <class P>
+class Locator {
  public:
   Locator(const P& target, double q, double limit, QvULong max_log2, double& best,
           double& parameter)
-      : m_target(target), m_q(q), m_limit(limit), m_maxLog2(max_log2), m_best(best),
+      : m_target(target),
+        m_q(q),
+        m_limit(limit),
+        m_maxLog2(max_log2),
+        m_best(best),
         m_parameter(parameter) {}
 
   bool Search(const P* p, QvULong depth, double t0, double t1, bool test_box) {
@@ -55,7 +60,8 @@ template <class P> class Locator {
     P right[4];
     qv::internal::split_cubic_half(p, left, right);
     const double tm = t0 + (t1 - t0) / 2;
-    const bool found_left = depth - 1 == 0 ? Leaf(left, t0, tm) : Search(left, depth - 1, t0, tm, true);
+    const bool found_left =
+        depth - 1 == 0 ? Leaf(left, t0, tm) : Search(left, depth - 1, t0, tm, true);
     const bool found_right =
         depth - 1 == 0 ? Leaf(right, tm, t1) : Search(right, depth - 1, tm, t1, true);
     return found_left || found_right;
@@ -131,7 +137,8 @@ QvLong locate_point(const P* p, double flatness, const P& point, double reach, d
   double found_parameter = parameter;
   Locator<P> locator(point, 0.75 / flatness, limit, kLog2StepBudget - depth, found_best,
                      found_parameter);
-  const bool found = depth == 0 ? locator.Leaf(p, 0.0, 1.0) : locator.Search(p, depth, 0.0, 1.0, false);
+  const bool found =
+      depth == 0 ? locator.Leaf(p, 0.0, 1.0) : locator.Search(p, depth, 0.0, 1.0, false);
   if (!found || found_best > reach) return 0;
   best = found_best;
   parameter = found_parameter;

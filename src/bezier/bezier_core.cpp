@@ -22,7 +22,8 @@ constexpr ConversionTable make_conversion_table() {
   }
   stirling[0][0] = 1;
   for (QvULong j = 1; j <= kMaxBezierDegree; ++j)
-    for (QvULong i = 1; i <= j; ++i) stirling[j][i] = i * stirling[j - 1][i] + stirling[j - 1][i - 1];
+    for (QvULong i = 1; i <= j; ++i)
+      stirling[j][i] = i * stirling[j - 1][i] + stirling[j - 1][i - 1];
   ConversionTable t = {};
   for (QvULong n = 0; n <= kMaxBezierDegree; ++n)
     for (QvULong j = 0; j <= n; ++j)
@@ -46,17 +47,17 @@ QvULong conversion_table(QvULong n, QvULong j, QvULong i) {
 QvULong subdivision_depth(double ratio) {
   const double rounded = ratio + 0.5;
   if (!(rounded >= 1.0) || std::isinf(rounded)) return 0;
-  const QvULong w =
-      rounded >= 4294967296.0 ? 0xFFFFFFFFu : static_cast<QvULong>(rounded);
+  const QvULong w = rounded >= 4294967296.0 ? 0xFFFFFFFFu : static_cast<QvULong>(rounded);
   QvULong shifts = 0;
   for (QvULong rest = w; rest != 0; rest >>= 3) ++shifts;
   return shifts - 1;
 }
 
 QvULong leaf_log2_steps(double v, QvULong max_log2) {
-  if (!(v >= 0.5) || std::isinf(v)) return 0;  // also rounds to w = 0
+  if (!(v > 0.0) || std::isinf(v)) return 0;
   QvULong k = 0;
   if (v < 2147483647.0) {
+    // The rounding is that of v + 0.5 itself: the double just below 0.5 rounds up to w = 1.
     for (QvULong w = static_cast<QvULong>(v + 0.5); w != 0 && k < max_log2; w >>= 2) ++k;
   } else {
     for (double rest = v; rest > 1.0 && k < max_log2; rest *= 0.25) ++k;

@@ -17,22 +17,27 @@ constexpr QvULong kMaxBezierDegree = 8;
 constexpr QvULong kPairs[kMaxBezierDegree + 1] = {0, 0, 1, 3, 6, 10, 15, 21, 28};
 
 // Whatever the tolerance, one call never cuts its leaves into more than 2^(22 - depth) steps each:
-// with depth at most 10, a call emits at most a few million points. Curves that need more are beyond
-// what double precision can resolve, and a zero or denormal tolerance must not run away.
+// with depth at most 10, a call emits at most a few million points. Curves that need more are
+// beyond what double precision can resolve, and a zero or denormal tolerance must not run away.
 constexpr QvULong kLog2StepBudget = 22;
+
+// The largest k whose sample count 2^k + 1 still fits a 32-bit count: the ceiling of a leaf that is
+// only counted, never walked.
+constexpr QvULong kMaxCountableLog2Steps = 31;
 
 // T[n][j][i] = C(n, j) i! S(j, i), S the Stirling numbers of the second kind: turns the Bezier
 // differences at t = 0 into forward differences of one step.
 QvULong conversion_table(QvULong n, QvULong j, QvULong i);
 
-// floor(log8 w) with w = truncate(ratio + 0.5); 0 when w is 0. The subdivision depth of a curve whose
-// third differences measure ratio tolerances: each midpoint split divides them by 8. A NaN, negative
-// or infinite ratio gives 0; a finite ratio past 32 bits saturates, so the depth never exceeds 10.
+// floor(log8 w) with w = truncate(ratio + 0.5); 0 when w is 0. The subdivision depth of a curve
+// whose third differences measure ratio tolerances: each midpoint split divides them by 8. A NaN,
+// negative or infinite ratio gives 0; a finite ratio past 32 bits saturates, so the depth never
+// exceeds 10.
 QvULong subdivision_depth(double ratio);
 
 // The k of a leaf: the least k with 4^k above the rounded v, from v = M n(n-1) / (8 tolerance), by
-// the flatness bound of a Bezier cut into 2^k equal steps. Past 31 bits v is counted down by quarters
-// instead. The result never exceeds max_log2; a NaN, negative or infinite v gives 0.
+// the flatness bound of a Bezier cut into 2^k equal steps. Past 31 bits v is counted down by
+// quarters instead. The result never exceeds max_log2; a NaN, negative or infinite v gives 0.
 QvULong leaf_log2_steps(double v, QvULong max_log2);
 
 // Length with the squared-length threshold of the point type: 0 at or below 1e-9.
@@ -79,8 +84,8 @@ inline QvPoint3<double> divided(const QvPoint3<double>& v, double d) {
   return QvPoint3<double>(v.x / d, v.y / d, v.z / d);
 }
 
-// How far v strays from the line of the chord: |cross(v, chord)| / length in 2D, the length of v less
-// its projection on the chord in 3D. Measuring across the chord rather than the whole second
+// How far v strays from the line of the chord: |cross(v, chord)| / length in 2D, the length of v
+// less its projection on the chord in 3D. Measuring across the chord rather than the whole second
 // difference lets a straight but unevenly parameterised curve cost no steps at all.
 inline double chord_deviation(const QvPoint2<double>& v, const QvPoint2<double>& chord,
                               double chord_length) {
@@ -88,8 +93,8 @@ inline double chord_deviation(const QvPoint2<double>& v, const QvPoint2<double>&
 }
 inline double chord_deviation(const QvPoint3<double>& v, const QvPoint3<double>& chord,
                               double chord_length) {
-  const double along = (v.x * chord.x + v.y * chord.y + v.z * chord.z) /
-                       (chord_length * chord_length);
+  const double along =
+      (v.x * chord.x + v.y * chord.y + v.z * chord.z) / (chord_length * chord_length);
   const double px = v.x - along * chord.x;
   const double py = v.y - along * chord.y;
   const double pz = v.z - along * chord.z;
@@ -108,7 +113,8 @@ inline QvPoint3<double> cubic_third_difference(const QvPoint3<double>* p) {
 }
 
 // Splits a cubic at t = 1/2 by repeated averaging; left[3] and right[0] are the shared midpoint.
-template <class P> void split_cubic_half(const P* p, P* left, P* right) {
+template <class P>
+void split_cubic_half(const P* p, P* left, P* right) {
   const P p01 = midpoint(p[0], p[1]);
   const P p12 = midpoint(p[1], p[2]);
   const P p23 = midpoint(p[2], p[3]);
@@ -126,14 +132,16 @@ template <class P> void split_cubic_half(const P* p, P* left, P* right) {
 }
 
 // The subdivision depth of a cubic at a tolerance.
-template <class P> QvULong cubic_depth(const P* p, double tolerance) {
+template <class P>
+QvULong cubic_depth(const P* p, double tolerance) {
   return subdivision_depth(guarded_length(cubic_third_difference(p)) / tolerance);
 }
 
 // The forward differences of one cubic leaf. a1, a2, a3 are 3 d1 h, 3 A h^2 and 6 T h^3 for the
 // step h = 2^-k; first and second are then the first and second differences at t = 0, with the
 // third difference a3 folded into second on the first step.
-template <class P> struct CubicLeaf {
+template <class P>
+struct CubicLeaf {
   QvULong log2_steps = 0;
   P first;
   P second;
@@ -142,7 +150,8 @@ template <class P> struct CubicLeaf {
 
 // k from the second differences across the chord, and the differences to walk the leaf with.
 // q is 0.75 / tolerance: n(n-1)/8 at n = 3, over the tolerance.
-template <class P> CubicLeaf<P> make_cubic_leaf(const P* p, double q, QvULong max_log2) {
+template <class P>
+CubicLeaf<P> make_cubic_leaf(const P* p, double q, QvULong max_log2) {
   const P d1 = sub(p[1], p[0]);
   const P d2 = sub(p[2], p[1]);
   const P a = sub(d2, d1);

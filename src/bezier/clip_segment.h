@@ -12,14 +12,16 @@ namespace qv::internal {
 // when the segment misses the extent.
 bool clip_segment_to_extent(QvPoint2<double>& a, QvPoint2<double>& b, const QvExtent2<double>& e);
 
-// The three parallel outputs of clipped flattening: points, tags and drawn flags, kept equal in size.
+// The three parallel outputs of clipped flattening: points, tags and drawn flags, kept equal in
+// size.
 struct TaggedOutput {
   QvPoint2dArray* points = nullptr;
   QvPointTagArray* tags = nullptr;
   QvBoolArray* flags = nullptr;
 
   // Clips a-b and appends what is left, opening a new run unless it continues the last one.
-  void AppendClippedSegment(QvPoint2<double> a, QvPoint2<double> b, const QvExtent2<double>& extent);
+  void AppendClippedSegment(QvPoint2<double> a, QvPoint2<double> b,
+                            const QvExtent2<double>& extent);
   // Unless the output already ends at start (within 1e-9 on each axis), ends the run in progress
   // with break_flag and starts a new run at start.
   void StartRunAt(const QvPoint2<double>& start, QvLong break_flag);

@@ -6,4 +6,6 @@ list(APPEND QV_SOURCES
   src/bezier/QvBezierTool_clip.cpp
   src/bezier/QvBezierTool_locate.cpp
   src/bezier/QvBezierTool_fit.cpp
+  src/bezier/QvBezierTool_fit_path.cpp
+  src/bezier/fit_core.cpp
 )

@@ -805,6 +805,34 @@ bool QvStdFCurveImpl::IsValid() const {
   return true;
 }
 
+namespace {
+
+bool near_zero(double v, double tolerance) { return -tolerance <= v && v <= tolerance; }
+
+bool same_sign_or_zero(double a, double b) { return a == 0.0 || b == 0.0 || (a > 0.0) == (b > 0.0); }
+
+}  // namespace
+
+// Whether the two evaluated tangents of key i line up: collinear, or for a mirror-continuous key
+// mirror images across the vertical through the key. A tangent of no length goes with anything.
+bool QvStdFCurveImpl::TangentsContinuous(QvULong i) const {
+  const QvStdFCurveKey& key = m_keys[i];
+  const QvPoint2<double> left = EvaluatedLeftHandle(i);
+  const QvPoint2<double> right = EvaluatedRightHandle(i);
+  QvPoint2<double> a(left.x - key.parameter, left.y - key.leftValue);
+  QvPoint2<double> b(right.x - key.parameter, right.y - key.rightValue);
+  if ((near_zero(a.x, 1e-7) && near_zero(a.y, 1e-7)) || (near_zero(b.x, 1e-7) && near_zero(b.y, 1e-7)))
+    return true;
+  if (key.flags & qv::internal::kFlagTangentMirrorContinuity) {
+    if (near_zero(a.x, 1e-15) && near_zero(b.x, 1e-15)) return same_sign_or_zero(a.y, b.y);
+    a.Normalize();
+    b.Normalize();
+    return near_zero(a.x + b.x, 1e-15) && near_zero(a.y - b.y, 1e-15);
+  }
+  if (std::fabs(a.x) <= 1e-7 && std::fabs(b.x) <= 1e-7) return same_sign_or_zero(a.y, -b.y);
+  return std::fabs(a.x * b.y - a.y * b.x) <= 1e-7;
+}
+
 // Only x matters: a cubic whose x rises monotonically has one parameter t for every x. The
 // polynomial test is the discriminant of x'(t) = 0 in terms of the four control abscissae.
 QvLong QvStdFCurve_IsCubicSegmentValid(const QvPoint2<double>& p0, const QvPoint2<double>& p1,

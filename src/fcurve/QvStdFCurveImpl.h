@@ -126,6 +126,8 @@ class QvStdFCurveImpl {
   double Integral(double from, double to) const;
   bool IsBijective() const;
   bool IsValid() const;
+  // Whether the two evaluated tangents of key i line up; a tangent of no length goes with anything.
+  bool TangentsContinuous(QvULong i) const;
 
   QvULong m_numKeys;
   QvULong m_capacity;

@@ -106,6 +106,7 @@ void aa_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), Pre
 template <class T, class Prepare, class AAFillCall>
 void soft_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), Prepare&& prepare,
                     AAFillCall&& aa_fill_call) {
+  if (raster.width <= 0 || raster.height <= 0) return;  // nothing to rewrite
   CFillContext context;
   FillBox box;
   QvLong count = 0;
@@ -117,7 +118,7 @@ void soft_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), P
     return;
   }
   const QvLong n = qv::internal::soft_fill_half_width(offset);
-  qv::internal::allocate_soft_buffers(context, n, raster.width, raster.height);
+  qv::internal::allocate_soft_buffers(context, n, box, raster.height);
   qv::internal::build_soft_kernel(context, n,
                                   [&gc](double t) { return qv::internal::gradient_profile(gc, t); });
   if (!qv::internal::soft_fill<T>(context, count, box, winding_rule(gc), n, gc.GetFillOpacity(),

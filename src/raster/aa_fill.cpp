@@ -13,6 +13,7 @@
 #include <cmath>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace qv::internal {
 
@@ -100,12 +101,21 @@ class AAScan {
                          !(std::fabs(params.opacity - 1.0) > 1e-07)),
         m_pollEverySubRow(!(S == 4 && !params.winding)) {
     m_p = (m_radius + S - 1) / S;
+    m_fullValue = Value(static_cast<Word>(~Word{0}) >> (sizeof(Word) * 8 - S * S));
+    m_zeroValue = Value(0);
     m_xLo = std::max(box.xMin - m_p, 0);
     m_xHi = std::min(static_cast<std::int64_t>(box.xMax) + m_p,
                      static_cast<std::int64_t>(raster.width));
     m_yLo = std::max(box.yMin - m_p, 0);
     m_yHi = std::min(static_cast<std::int64_t>(box.yMax) + m_p,
                      static_cast<std::int64_t>(raster.height));
+    if (m_p == 0) {
+      // Every span of a sub-row takes two crossings at least.
+      m_extentCapacity = static_cast<std::size_t>(num_points) / 2 + 1;
+      m_extents.resize(m_extentCapacity * S);
+      m_full.resize(m_extentCapacity);
+      m_scratch.resize(m_extentCapacity);
+    }
   }
 
   void Run() {
@@ -138,24 +148,26 @@ class AAScan {
       const int shift = S * j;
       Word* row = m_new;
       Range& touched = m_ranges[0];
-      m_walker.Spans(x_min, x_max, [row, shift, &touched](std::int64_t left, std::int64_t right) {
-        const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
-        const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
-        if (a < touched.first) touched.first = a;
-        if (b > touched.last) touched.last = b;
-        const int c0 = static_cast<int>(left & (S - 1));
-        const int c1 = static_cast<int>(right & (S - 1));
-        const Word head = static_cast<Word>((Mask<S>::kSubRow << c0) & Mask<S>::kSubRow);
-        const Word tail = static_cast<Word>(Mask<S>::kSubRow >> (S - 1 - c1));
-        if (a == b) {
-          row[a] |= static_cast<Word>((head & tail) << shift);
-        } else {
-          row[a] |= static_cast<Word>(head << shift);
+      if (m_p == 0) {
+        // Only the end words are written now; the whole words between them
+        // are noted with the span and set, where needed, at the flush.
+        QvLong& count = m_extentCount[j];
+        Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
+        m_walker.Spans(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
+          const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+          SetEnds(row, shift, left, right, a, b, touched);
+          extents[count++] = Range{a, b};
+        });
+      } else {
+        m_walker.Spans(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
+          const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+          SetEnds(row, shift, left, right, a, b, touched);
           const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
           for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
-          row[b] |= static_cast<Word>(tail << shift);
-        }
-      });
+        });
+      }
       m_walker.Step();
       if (((sy + 1) & (S - 1)) == 0) {
         const std::int64_t py = (sy + 1) / S - 1;
@@ -179,19 +191,124 @@ class AAScan {
     range = Range{m_end, m_first - 1};
   }
 
+  // The bits of a span in its first and last word; with a == b, the one word.
+  static void SetEnds(Word* row, int shift, std::int64_t left, std::int64_t right, QvLong a,
+                      QvLong b, Range& touched) noexcept {
+    if (a < touched.first) touched.first = a;
+    if (b > touched.last) touched.last = b;
+    const int c0 = static_cast<int>(left & (S - 1));
+    const int c1 = static_cast<int>(right & (S - 1));
+    const Word head = static_cast<Word>((Mask<S>::kSubRow << c0) & Mask<S>::kSubRow);
+    const Word tail = static_cast<Word>(Mask<S>::kSubRow >> (S - 1 - c1));
+    if (a == b) {
+      row[a] |= static_cast<Word>((head & tail) << shift);
+    } else {
+      row[a] |= static_cast<Word>(head << shift);
+      row[b] |= static_cast<Word>(tail << shift);
+    }
+  }
+
+  T Value(Word w) const noexcept {
+    return m_opaqueCoverage ? static_cast<T>(CoverageByteTable[w & 0xFFFFu])
+                            : m_store(Mask<S>::Count(w));
+  }
+
+  // Flush without a filter. Spans of one sub-row never share a sub-sample
+  // with the whole words of another span of it, so a word that lies between
+  // the end words of a span in every sub-row was never written: it is a full
+  // pixel, and clean. Those words form the intersection over the sub-rows of
+  // their span interiors; the other interior words get their bits here, and
+  // only the rest of the touched range is counted.
   void FlushPlain(QvLong py) noexcept {
     Range& touched = m_ranges[0];
     if (touched.first <= touched.last) {
+      const std::size_t full_count = FullWords();
+      const Range* full = m_full.data();
+      for (int j = 0; j < S; ++j) {
+        const Word bits = static_cast<Word>(Mask<S>::kSubRow << (S * j));
+        const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
+        std::size_t f = 0;
+        for (QvLong k = 0; k < m_extentCount[j]; ++k) {
+          QvLong x = extents[k].first + 1;
+          const QvLong last = extents[k].last - 1;
+          while (x <= last) {
+            while (f < full_count && full[f].last < x) ++f;
+            if (f < full_count && full[f].first <= x) {
+              x = full[f].last + 1;
+              continue;
+            }
+            const QvLong end = f < full_count ? std::min(last, full[f].first - 1) : last;
+            for (QvLong w = x; w <= end; ++w) m_new[w] |= bits;
+            x = end + 1;
+          }
+        }
+      }
+
       T* out = m_raster.Row(py);
-      if (m_opaqueCoverage) {
-        for (QvLong x = touched.first; x <= touched.last; ++x)
-          out[x] = static_cast<T>(CoverageByteTable[m_new[x] & 0xFFFFu]);
-      } else {
-        for (QvLong x = touched.first; x <= touched.last; ++x)
-          out[x] = m_store(Mask<S>::Count(m_new[x]));
+      QvLong x = touched.first;
+      for (std::size_t f = 0; f < full_count; ++f) {
+        WriteCounted(out, x, full[f].first - 1);
+        std::fill(out + full[f].first, out + full[f].last + 1, m_fullValue);
+        x = full[f].last + 1;
+      }
+      WriteCounted(out, x, touched.last);
+    }
+    for (QvLong& count : m_extentCount) count = 0;
+    touched = Range{m_end, m_first - 1};
+  }
+
+  // Counts words from..to and clears them. Most words between shapes are
+  // zero: they are skipped eight at a time.
+  void WriteCounted(T* out, QvLong from, QvLong to) noexcept {
+    Word* words = m_new;
+    QvLong x = from;
+    for (; x + 8 <= to + 1; x += 8) {
+      const Word any = words[x] | words[x + 1] | words[x + 2] | words[x + 3] | words[x + 4] |
+                       words[x + 5] | words[x + 6] | words[x + 7];
+      if (any == 0) {
+        std::fill(out + x, out + x + 8, m_zeroValue);
+        continue;
+      }
+      for (QvLong k = x; k < x + 8; ++k) {
+        out[k] = Value(words[k]);
+        words[k] = 0;
       }
     }
-    Clear(m_new, touched);
+    for (; x <= to; ++x) {
+      out[x] = Value(words[x]);
+      words[x] = 0;
+    }
+  }
+
+  // The words inside a span in every sub-row, as sorted disjoint ranges in
+  // m_full; returns their count.
+  std::size_t FullWords() noexcept {
+    std::size_t count = 0;
+    for (int j = 0; j < S; ++j) {
+      const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
+      std::size_t next = 0;
+      if (j == 0) {
+        for (QvLong k = 0; k < m_extentCount[j]; ++k)
+          if (extents[k].first + 1 <= extents[k].last - 1)
+            m_full[next++] = Range{extents[k].first + 1, extents[k].last - 1};
+      } else {
+        std::size_t f = 0;
+        QvLong k = 0;
+        while (f < count && k < m_extentCount[j]) {
+          const QvLong lo = std::max(m_full[f].first, extents[k].first + 1);
+          const QvLong hi = std::min(m_full[f].last, extents[k].last - 1);
+          if (lo <= hi) m_scratch[next++] = Range{lo, hi};
+          if (m_full[f].last < extents[k].last - 1)
+            ++f;
+          else
+            ++k;
+        }
+        std::swap(m_full, m_scratch);
+      }
+      count = next;
+      if (count == 0) break;
+    }
+    return count;
   }
 
   void FlushFiltered(QvLong py, std::int64_t py0) noexcept {
@@ -278,6 +395,13 @@ class AAScan {
   Word* m_mid = nullptr;
   Word* m_old = nullptr;
   Range m_ranges[3] = {};
+  std::vector<Range> m_extents;
+  std::vector<Range> m_full;
+  std::vector<Range> m_scratch;
+  std::size_t m_extentCapacity = 0;
+  QvLong m_extentCount[S] = {};
+  T m_fullValue = T(0);
+  T m_zeroValue = T(0);
 };
 
 }  // namespace

@@ -116,6 +116,7 @@ void EdgeWalker::HandleEdge(QvLong key, QvLong near_index, QvLong far_index, dou
     FillEdge& e = m_edges[m_active++];
     e.dxdy = (b.x - t.x) / (b.y - t.y);
     e.x = (upper - t.y) * e.dxdy + t.x - 0.5;
+    if (m_active > 1 && m_edges[m_active - 2].x > e.x) m_inverted = true;
     e.key = key;
     // The edge keyed by the near vertex runs from it downwards in path order.
     e.direction = m_winding ? (key == near_index ? 1 : -1) : 0;
@@ -132,22 +133,6 @@ void EdgeWalker::SortByX() noexcept {
       --j;
     }
     m_edges[j] = e;
-  }
-}
-
-void EdgeWalker::Advance(double lower, double upper) noexcept {
-  while (m_next < m_numPoints) {
-    const FillVertex& v = m_vertices[m_next];
-    if (upper < m_points[v.index].y) break;
-    HandleEdge(v.prev, v.index, v.prev, lower, upper);
-    HandleEdge(v.index, v.index, v.next, lower, upper);
-    ++m_next;
-  }
-  for (QvLong k = 1; k < m_active; ++k) {
-    if (m_edges[k - 1].x > m_edges[k].x) {
-      SortByX();
-      break;
-    }
   }
 }
 

@@ -36,6 +36,21 @@ QvLong saturate_to_long(double value) noexcept;
 QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags,
                           QvULong count, double scale, CFillContext& context);
 
+// Floor and ceiling without a library call: the baseline instruction set has
+// no rounding instruction, and the span makers round twice a span. Exact for
+// every double; values beyond 2^52 are integers already.
+inline double floor_exact(double v) noexcept {
+  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;  // NaN, huge, infinite
+  const double t = static_cast<double>(static_cast<std::int64_t>(v));
+  return t > v ? t - 1.0 : t;
+}
+
+inline double ceil_exact(double v) noexcept {
+  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;
+  const double t = static_cast<double>(static_cast<std::int64_t>(v));
+  return t < v ? t + 1.0 : t;
+}
+
 // The active edge list over one scan line at a time. Advance() brings in the
 // vertices that the scan line at `upper` has reached, the span makers hand the
 // pixel ranges [left, right] to a callback, and Step() moves every crossing
@@ -51,8 +66,18 @@ class EdgeWalker {
 
   void Advance(double lower, double upper) noexcept;
 
+  // Notes an inversion as it goes, so that the next Advance need not look
+  // for one.
   void Step() noexcept {
-    for (QvLong k = 0; k < m_active; ++k) m_edges[k].x += m_edges[k].dxdy;
+    FillEdge* e = m_edges;
+    if (m_active == 0) return;
+    e[0].x += e[0].dxdy;
+    bool inverted = false;
+    for (QvLong k = 1; k < m_active; ++k) {
+      e[k].x += e[k].dxdy;
+      inverted |= e[k - 1].x > e[k].x;
+    }
+    m_inverted |= inverted;
   }
 
   QvLong ActiveCount() const noexcept { return m_active; }
@@ -68,9 +93,9 @@ class EdgeWalker {
       const double x0 = e[k].x;
       const double x1 = e[k + 1].x;
       if (!(x0 < x1)) continue;
-      double left = std::ceil(x0);
+      double left = ceil_exact(x0);
       if (left < x_min) left = x_min;
-      double right = std::floor(x1);
+      double right = floor_exact(x1);
       if (left <= right && left < x_max) {
         if (right > x_max - 1) right = x_max - 1;
         if (left <= right)
@@ -95,9 +120,9 @@ class EdgeWalker {
         sum += e[k].direction;
         ++k;
       }
-      double left = std::ceil(x0);
+      double left = ceil_exact(x0);
       if (left < x_min) left = x_min;
-      double right = sum == 0 ? std::floor(x1) : x_max - 1;
+      double right = sum == 0 ? floor_exact(x1) : x_max - 1;
       if (left < x_max && x0 < x1 && left <= right) {
         if (right > x_max - 1) right = x_max - 1;
         span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));
@@ -126,7 +151,25 @@ class EdgeWalker {
   QvLong m_next = 0;
   QvLong m_active = 0;
   bool m_winding;
+  // Some neighbouring pair of active edges is out of order. Removal keeps the
+  // order, Step and an append can break it.
+  bool m_inverted = false;
 };
+
+// Inline: it runs once a scan line, or once a sub-sample row.
+inline void EdgeWalker::Advance(double lower, double upper) noexcept {
+  while (m_next < m_numPoints) {
+    const FillVertex& v = m_vertices[m_next];
+    if (upper < m_points[v.index].y) break;
+    HandleEdge(v.prev, v.index, v.prev, lower, upper);
+    HandleEdge(v.index, v.index, v.next, lower, upper);
+    ++m_next;
+  }
+  if (m_inverted) {
+    SortByX();
+    m_inverted = false;
+  }
+}
 
 }  // namespace qv::internal
 

@@ -78,9 +78,9 @@ std::int32_t aa_short_scale(double opacity, QvLong n);
 // allocation would.
 QvLong soft_fill_half_width(double total_offset);
 
-// Allocates and zeroes kernel, kernelTail (2n+1 each), the plane of
-// (width+2n) by (height+2n) and the column of height+2n doubles.
-void allocate_soft_buffers(CFillContext& context, QvLong n, QvLong width, QvLong height);
+// Allocates and zeroes kernel, kernelTail (2n+1 each), the part of the plane
+// that the spans of `box` reach, and the column of height+2n doubles.
+void allocate_soft_buffers(CFillContext& context, QvLong n, const FillBox& box, QvLong height);
 
 // kernel[n] = profile(0), kernel[n +- i] = profile(i/(n+0.5)); normalised to a
 // sum of 1, with the tail sums kernelTail[j] = kernel[j] + ... + kernel[2n].

@@ -67,26 +67,33 @@ QvLong soft_fill_half_width(double total_offset) {
   return static_cast<QvLong>(n);
 }
 
-void allocate_soft_buffers(CFillContext& context, QvLong n, QvLong width, QvLong height) {
+void allocate_soft_buffers(CFillContext& context, QvLong n, const FillBox& box, QvLong height) {
   const std::size_t kernel_size = 2 * static_cast<std::size_t>(n) + 1;
-  const std::size_t plane_width = static_cast<std::size_t>(width) + 2 * static_cast<std::size_t>(n);
-  const std::size_t plane_height = static_cast<std::size_t>(height) + 2 * static_cast<std::size_t>(n);
-  if (plane_height != 0 &&
-      plane_width > std::numeric_limits<std::size_t>::max() / sizeof(double) / plane_height)
+  const std::size_t band_width =
+      static_cast<std::size_t>(std::max(0, box.xMax - box.xMin)) + 2 * static_cast<std::size_t>(n);
+  const std::size_t band_height = static_cast<std::size_t>(std::max(0, box.yMax - box.yMin));
+  const std::size_t column_size = static_cast<std::size_t>(height) + 2 * static_cast<std::size_t>(n);
+  if (band_height != 0 &&
+      band_width > std::numeric_limits<std::size_t>::max() / sizeof(double) / band_height)
     throw std::bad_alloc();
   context.kernel = new double[kernel_size]();
   context.kernelTail = new double[kernel_size]();
-  context.plane = new double[plane_width * plane_height]();
-  context.column = new double[plane_height]();
+  context.plane = new double[band_width * band_height]();
+  context.column = new double[column_size]();
 }
 
+// The plane holds only the band of rows that the first pass writes, yMin to
+// yMax-1, and the columns xMin-n to xMax-1+n that its spans reach; everything
+// outside it is zero. Indices below are those of the whole plane of
+// (width+2n) by (height+2n), whose raster pixel (x, y) is at (x+n, y+n).
 template <class T>
 bool soft_fill(CFillContext& context, QvLong num_points, const FillBox& box, bool winding, QvLong n,
                double opacity, const PixelRows<T>& raster, PollFunction poll) {
   const std::int64_t n64 = n;
-  const std::int64_t plane_width = static_cast<std::int64_t>(raster.width) + 2 * n64;
+  const std::int64_t band_left = static_cast<std::int64_t>(box.xMin) - n64;  // raster column
+  const std::int64_t band_width = std::max<std::int64_t>(0, box.xMax - box.xMin) + 2 * n64;
   const std::int64_t plane_height = static_cast<std::int64_t>(raster.height) + 2 * n64;
-  double* plane = context.plane;
+  double* band = context.plane;
   const double* kernel = context.kernel;
   const double* tail = context.kernelTail;
 
@@ -96,26 +103,60 @@ bool soft_fill(CFillContext& context, QvLong num_points, const FillBox& box, boo
   for (QvLong y = box.yMin; y < box.yMax; ++y) {
     if (poll != nullptr && poll() != 0) return false;
     walker.Advance(static_cast<double>(y) - 0.5, static_cast<double>(y) + 0.5);
-    // Plane column x+n holds raster column x: offset the row by n.
-    double* row = plane + (static_cast<std::int64_t>(y) + n64) * plane_width + n64;
+    // Indexed by raster column.
+    double* row = band + (static_cast<std::int64_t>(y) - box.yMin) * band_width - band_left;
     walker.Spans(x_min, x_max, [row, n64, tail](std::int64_t left, std::int64_t right) {
       add_span(row, left, right, left - n64, right + n64, n64, tail);
     });
     walker.Step();
   }
 
+  // Every pixel is written: those whose column or row lies beyond the reach of
+  // the kernel take the value of a zero column.
+  const T zero = store<T>(0.0 * opacity);
+  const std::int64_t band_top = static_cast<std::int64_t>(box.yMin) + n64;  // plane row
+  const std::int64_t band_rows = std::max<std::int64_t>(0, box.yMax - box.yMin);
+  const std::int64_t reach_first = std::max<std::int64_t>(0, static_cast<std::int64_t>(box.yMin) - n64);
+  const std::int64_t reach_last =
+      std::min<std::int64_t>(raster.height - 1, static_cast<std::int64_t>(box.yMax) - 1 + n64);
+  const std::int64_t reach_left = std::max<std::int64_t>(0, band_left);
+  const std::int64_t reach_right =
+      band_rows == 0 ? -1 : std::min<std::int64_t>(raster.width - 1, band_left + band_width - 1);
+  // Without a poll nobody sees the order of the writes, and the pixels out of
+  // reach are written a row at a time instead of down their columns.
+  const bool by_columns = poll != nullptr;
+  if (!by_columns) {
+    for (QvLong y = 0; y < raster.height; ++y) {
+      T* row = raster.Row(y);
+      if (y < reach_first || y > reach_last || reach_left > reach_right) {
+        std::fill(row, row + raster.width, zero);
+      } else {
+        std::fill(row, row + reach_left, zero);
+        std::fill(row + reach_right + 1, row + raster.width, zero);
+      }
+    }
+  }
   double* column = context.column;
-  for (QvLong x = 0; x < raster.width; ++x) {
+  const std::int64_t x_first = by_columns ? 0 : reach_left;
+  const std::int64_t x_last = by_columns ? raster.width - 1 : reach_right;
+  for (std::int64_t x = x_first; x <= x_last; ++x) {
     if (poll != nullptr && poll() != 0) return false;
-    const double* source = plane + static_cast<std::int64_t>(x) + n64;
-    for (std::int64_t i = 0; i < plane_height; ++i) {
-      const double v = source[i * plane_width];
+    const std::int64_t c = x - band_left;
+    if (c < 0 || c >= band_width || band_rows == 0) {
+      for (QvLong y = 0; y < raster.height; ++y) raster.Row(y)[x] = zero;
+      continue;
+    }
+    const double* source = band + c;
+    for (std::int64_t r = 0; r < band_rows; ++r) {
+      const double v = source[r * band_width];
+      const std::int64_t i = r + band_top;
       if (v >= 1.0) {
-        std::int64_t e = i;
-        while (e + 1 < plane_height && source[(e + 1) * plane_width] >= 1.0) ++e;
-        add_span(column, i, e, std::max<std::int64_t>(i - n64, 0),
-                 std::min<std::int64_t>(e + n64, plane_height - 1), n64, tail);
-        i = e;
+        std::int64_t e = r;
+        while (e + 1 < band_rows && source[(e + 1) * band_width] >= 1.0) ++e;
+        const std::int64_t last = e + band_top;
+        add_span(column, i, last, std::max<std::int64_t>(i - n64, 0),
+                 std::min<std::int64_t>(last + n64, plane_height - 1), n64, tail);
+        r = e;
       } else if (v <= 0.0) {
         continue;
       } else {
@@ -124,9 +165,18 @@ bool soft_fill(CFillContext& context, QvLong num_points, const FillBox& box, boo
         for (std::int64_t j = j0; j <= j1; ++j) column[i - n64 + j] += v * kernel[j];
       }
     }
-    for (QvLong y = 0; y < raster.height; ++y)
-      raster.Row(y)[x] = store<T>(column[static_cast<std::int64_t>(y) + n64] * opacity);
-    std::fill(column, column + plane_height, 0.0);
+    if (by_columns)
+      for (std::int64_t y = 0; y < reach_first; ++y) raster.Row(static_cast<QvLong>(y))[x] = zero;
+    for (std::int64_t y = reach_first; y <= reach_last; ++y) {
+      raster.Row(static_cast<QvLong>(y))[x] = store<T>(column[y + n64] * opacity);
+      column[y + n64] = 0.0;
+    }
+    if (by_columns)
+      for (std::int64_t y = reach_last + 1; y < raster.height; ++y)
+        raster.Row(static_cast<QvLong>(y))[x] = zero;
+    // The run's ends can spill past the raster into the column's margins.
+    std::fill(column, column + n64 + reach_first, 0.0);
+    std::fill(column + n64 + reach_last + 1, column + plane_height, 0.0);
   }
   return true;
 }

@@ -41,31 +41,34 @@ inline double dist_to_segment(P2 p, P2 a, P2 b) {
 
 inline double dist_to_polyline(P2 p, const std::vector<P2>& poly) {
   double best = poly.empty() ? std::numeric_limits<double>::infinity() : dist(p, poly[0]);
-  for (size_t i = 0; i + 1 < poly.size(); ++i) best = std::min(best, dist_to_segment(p, poly[i], poly[i + 1]));
+  for (size_t i = 0; i + 1 < poly.size(); ++i)
+    best = std::min(best, dist_to_segment(p, poly[i], poly[i + 1]));
   return best;
 }
 
 // Distance from p to the curve: every local minimum of dense samples, refined by golden section,
 // so that a loop passing close by cannot hide the true foot point.
-inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl, double* at = nullptr) {
-  const int n = 2000;
+inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl) {
+  const size_t n = 2000;
   std::vector<double> d(n + 1);
-  for (int i = 0; i <= n; ++i) d[i] = dist(p, eval(ctrl, double(i) / n));
+  for (size_t i = 0; i <= n; ++i) d[i] = dist(p, eval(ctrl, double(i) / double(n)));
   double best = std::numeric_limits<double>::infinity();
-  double best_t = 0;
   const double g = (std::sqrt(5.0) - 1) / 2;
-  for (int i = 0; i <= n; ++i) {
+  for (size_t i = 0; i <= n; ++i) {
     if ((i > 0 && d[i - 1] < d[i]) || (i < n && d[i + 1] < d[i])) continue;
-    double lo = std::max(0.0, double(i - 1) / n), hi = std::min(1.0, double(i + 1) / n);
+    const double lo_i = i > 0 ? double(i - 1) : 0.0;
+    double lo = lo_i / double(n), hi = std::min(1.0, double(i + 1) / double(n));
     for (int it = 0; it < 80; ++it) {
       const double a = hi - g * (hi - lo), b = lo + g * (hi - lo);
-      if (dist(p, eval(ctrl, a)) < dist(p, eval(ctrl, b))) hi = b; else lo = a;
+      if (dist(p, eval(ctrl, a)) < dist(p, eval(ctrl, b)))
+        hi = b;
+      else
+        lo = a;
     }
     const double t = (lo + hi) / 2;
     const double dt = std::min(d[i], dist(p, eval(ctrl, t)));
-    if (dt < best) best = dt, best_t = t;
+    best = std::min(best, dt);
   }
-  if (at) *at = best_t;
   return best;
 }
 

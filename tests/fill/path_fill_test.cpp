@@ -1,5 +1,5 @@
 // The rasterisers through QvPath2f: preparation of the vertex table (extent,
-// raster cut, clip box), the design figures of each fill, the hard fill's
+// raster cut, clip box), the worked figures of each fill, the hard fill's
 // brute-force twin on flattened cubic paths, and bad geometry.
 #include "fill_reference.h"
 
@@ -52,56 +52,38 @@ void expect_only_rect(const QvRaster<T>& r, T background, T full, QvLong x0, QvL
 QvLong stop_at_once(void) { return 1; }
 
 TEST(PathFill, Figures) {
-  QvGC gc;
-  {
-    SCOPED_TRACE("square paints the pixels whose centres are inside");
+  struct Case {
+    const char* name;
+    float x0, y0, x1, y1;
+    tqRnBbox2l clip;
+    QvLong (*poll)(void);
+    QvLong px0, py0, px1, py1;  // painted, inclusive; px0 > px1 for nothing
+  };
+  const Case cases[] = {
+      {"centres inside", 10, 10, 20, 20, {}, nullptr, 10, 10, 19, 19},
+      {"centres on both edges", 10.5f, 10, 20.5f, 20, {}, nullptr, 10, 10, 20, 19},
+      {"clip box short of its far side", -10, -10, 50, 50, {5, 5, 10, 10}, nullptr, 5, 5, 13, 13},
+      {"cut by the raster", -5, -5, 4, 40, {}, nullptr, 0, 0, 3, 31},
+      {"outside the raster", -30, 2, -20, 6, {}, nullptr, 1, 0, 0, 0},
+      {"stopped at once", 1, 1, 7, 7, {}, stop_at_once, 1, 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     QvRaster<unsigned char> r(32, 32, 3);
-    rect_path(10, 10, 20, 20).Fill(gc, r, nullptr, nullptr);
-    expect_only_rect<unsigned char>(r, 3, 255, 10, 10, 19, 19);
+    rect_path(c.x0, c.y0, c.x1, c.y1).Fill(QvGC(), r, c.poll, c.clip.width ? &c.clip : nullptr);
+    expect_only_rect<unsigned char>(r, 3, 255, c.px0, c.py0, c.px1, c.py1);
   }
-  {
-    SCOPED_TRACE("an edge through centres includes its column on both sides");
-    QvRaster<unsigned char> r(32, 32, 0);
-    rect_path(10.5f, 10, 20.5f, 20).Fill(gc, r, nullptr, nullptr);
-    expect_only_rect<unsigned char>(r, 0, 255, 10, 10, 20, 19);
-  }
-  {
-    SCOPED_TRACE("the clip box leaves its last row and column");
-    QvRaster<unsigned char> r(32, 32, 0);
-    const tqRnBbox2l clip = {5, 5, 10, 10};
-    rect_path(-10, -10, 50, 50).Fill(gc, r, nullptr, &clip);
-    expect_only_rect<unsigned char>(r, 0, 255, 5, 5, 13, 13);
-  }
-  {
-    SCOPED_TRACE("bottom-up rows mirror");
-    QvRaster<short> r(16, 16, 0);
-    r.bottomUp = 1;
-    rect_path(2, 3, 6, 5).Fill(gc, r, nullptr, nullptr);
-    expect_only_rect<short>(r, 0, 16384, 2, 3, 5, 4);
-    EXPECT_EQ(16384, r.pixels[(16 - 1 - 3) * 16 + 2]);
-  }
-  {
-    SCOPED_TRACE("float writes exactly 1.0 whatever the opacity");
-    QvGC half;
-    half.SetFillOpacity(0.5);
-    QvRaster<float> r(8, 8, 0.25f);
-    rect_path(1, 1, 7, 7).Fill(half, r, nullptr, nullptr);
-    expect_only_rect<float>(r, 0.25f, 1.0f, 1, 1, 6, 6);
-  }
-  {
-    SCOPED_TRACE("outside the raster or stopped at once: nothing");
-    QvRaster<unsigned char> r(8, 8, 9);
-    rect_path(20, 20, 30, 30).Fill(gc, r, nullptr, nullptr);
-    rect_path(-30, 2, -20, 6).Fill(gc, r, nullptr, nullptr);
-    rect_path(1, 1, 7, 7).Fill(gc, r, stop_at_once, nullptr);
-    EXPECT_TRUE(r.AllPixelValuesAre(9));
-  }
-  {
-    SCOPED_TRACE("a shape cut by the raster is clipped, not lost");
-    QvRaster<unsigned char> r(10, 10, 0);
-    rect_path(-5, -5, 4, 15).Fill(gc, r, nullptr, nullptr);
-    expect_only_rect<unsigned char>(r, 0, 255, 0, 0, 3, 9);
-  }
+  // Other pixel types: full values, bottom-up rows, and opacity ignored.
+  QvGC half;
+  half.SetFillOpacity(0.5);
+  QvRaster<short> shorts(16, 16, 0);
+  shorts.bottomUp = 1;
+  rect_path(2, 3, 6, 5).Fill(half, shorts, nullptr, nullptr);
+  expect_only_rect<short>(shorts, 0, 16384, 2, 3, 5, 4);
+  EXPECT_EQ(16384, shorts.pixels[(16 - 1 - 3) * 16 + 2]);
+  QvRaster<float> floats(8, 8, 0.25f);
+  rect_path(1, 1, 7, 7).Fill(half, floats, nullptr, nullptr);
+  expect_only_rect<float>(floats, 0.25f, 1.0f, 1, 1, 6, 6);
 }
 
 TEST(PathAAFill, Figures) {
@@ -139,21 +121,17 @@ TEST(PathAAFill, Figures) {
 
 TEST(PathAAFill, RadiusIsClampedToTheSubSampling) {
   const QvPath2f path = rect_path(3.3f, 2.7f, 11.6f, 9.2f);
-  for (QvLong s : {4, 8}) {
-    SCOPED_TRACE(s);
-    QvGC clamped, exact;
-    clamped.SetAASuperSampling(s);
-    exact.SetAASuperSampling(s);
-    clamped.SetAAFilterRadius(100);
-    exact.SetAAFilterRadius(s);
+  const QvLong cases[][3] = {{4, 100, 4}, {8, 100, 8}, {4, -3, 0}};  // s, given, acts as
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c[1]);
+    QvGC given, acting;
+    given.SetAASuperSampling(c[0]);
+    acting.SetAASuperSampling(c[0]);
+    given.SetAAFilterRadius(c[1]);
+    acting.SetAAFilterRadius(c[2]);
     QvRaster<short> a(16, 16, 0), b(16, 16, 0);
-    path.AAFill(clamped, a, nullptr, nullptr);
-    path.AAFill(exact, b, nullptr, nullptr);
-    EXPECT_EQ(0, std::memcmp(a.pixels, b.pixels, 256 * sizeof(short)));
-    clamped.SetAAFilterRadius(-3);
-    exact.SetAAFilterRadius(0);
-    path.AAFill(clamped, a, nullptr, nullptr);
-    path.AAFill(exact, b, nullptr, nullptr);
+    path.AAFill(given, a, nullptr, nullptr);
+    path.AAFill(acting, b, nullptr, nullptr);
     EXPECT_EQ(0, std::memcmp(a.pixels, b.pixels, 256 * sizeof(short)));
   }
 }

@@ -86,6 +86,7 @@ TEST(PathSoftFill, ModesOpacityAndInterior) {
 }
 
 QvLong stop(void) { return 1; }
+QvLong never(void) { return 0; }
 
 TEST(PathSoftFill, StopInTheFirstPassLeavesTheRaster) {
   QvGC gc = soft_context(3.0, 0.0, QvGC::GradientMaskedByShape);
@@ -101,8 +102,10 @@ TEST(PathSoftFill, MatchesDirectConvolution) {
     SCOPED_TRACE(total);
     const QvPath2f path = rect_path(5.2f, 4.7f, 16.4f, 13.1f);
     QvGC gc = soft_context(total, 0.0, QvGC::GradientUnmasked);
-    QvRaster<float> r(22, 18, 0.0f);
+    QvRaster<float> r(22, 18, 0.0f), polled(22, 18, 0.5f);
     path.SoftFill(gc, r, nullptr);
+    path.SoftFill(gc, polled, never);  // the column-by-column order gives the same
+    EXPECT_EQ(0, std::memcmp(r.pixels, polled.pixels, 22 * 18 * sizeof(float)));
     QvRaster<unsigned char> hard(22, 18, 0);
     path.Fill(gc, hard, nullptr, nullptr);
     const QvLong n = static_cast<QvLong>(std::ceil(total - 0.5));
@@ -171,6 +174,20 @@ TEST(PathStroke, TaperedDotsAndPreviousJoin) {
     polyline_path({P(10, 10), P(10, 10)}).Stroke(stroke_context(6, QvGC::RoundJoin, cap), r);
     EXPECT_TRUE(r.AllPixelValuesAre(0));
   }
+
+  // A round join turns into the bevel's chord past 120 degrees.
+  const QvPath2f hairpin = polyline_path({P(5, 20), P(35, 20), P(5, 26)});
+  QvRaster<unsigned char> chord(40, 40, 0), bevelled(40, 40, 0);
+  hairpin.Stroke(stroke_context(8, QvGC::RoundJoin, QvGC::ButtCap), chord);
+  hairpin.Stroke(stroke_context(8, QvGC::BevelJoin, QvGC::ButtCap), bevelled);
+  EXPECT_EQ(0, std::memcmp(chord.pixels, bevelled.pixels, 40 * 40));
+  // A square cap reaches half the width past the end; a butt cap stops there.
+  QvRaster<unsigned char> square(40, 40, 0);
+  polyline_path({P(5, 20), P(30, 20)})
+      .Stroke(stroke_context(8, QvGC::BevelJoin, QvGC::SquareCap), square);
+  EXPECT_EQ(255, pixel(square, 33, 20));
+  EXPECT_EQ(0, pixel(square, 34, 20));
+  EXPECT_EQ(255, pixel(square, 1, 17));
 
   const QvPath2f zigzag = polyline_path({P(5, 30), P(20, 8), P(35, 30)});
   QvRaster<short> round(40, 40, 0), kept(40, 40, 0), bevel(40, 40, 0);

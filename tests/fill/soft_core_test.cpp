@@ -25,7 +25,7 @@ TEST(SoftKernel, HalfWidthAndProfiles) {
   EXPECT_THROW(qv::internal::soft_fill_half_width(1e30), std::bad_alloc);
 
   CFillContext context;
-  qv::internal::allocate_soft_buffers(context, 3, 4, 4);
+  qv::internal::allocate_soft_buffers(context, 3, qv::internal::FillBox{0, 0, 4, 4}, 4);
   qv::internal::build_soft_kernel(context, 3, constant_profile);
   for (int j = 0; j < 7; ++j) {
     EXPECT_DOUBLE_EQ(1.0 / 7.0, context.kernel[j]);  // a constant curve is a box

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "raster/gc_read.h"
+#include <vector>
 
 TEST(GraphicsContext, Defaults) {
   QvGC gc;
@@ -17,13 +17,9 @@ TEST(GraphicsContext, Defaults) {
   const double want[] = {1.0, 1.0, 0.1, 1.0, 0.5, 0.82139380484, 1.0, 1.0, 0.0, 0.0, 1.0};
   for (int i = 0; i < 11; ++i)
     EXPECT_EQ(want[i], doubles[i]) << "field " << i;
-  EXPECT_EQ(0, gc.GetAAFilterRadius());
-  EXPECT_EQ(4, gc.GetAASuperSampling());
-  EXPECT_EQ(QvGC::WindingRule, gc.GetFillRule());
-  EXPECT_EQ(QvGC::ButtCap, gc.GetEndCap());
-  EXPECT_EQ(QvGC::MiterJoin, gc.GetJoin());
-  EXPECT_EQ(QvGC::ConstantWidth, gc.GetWidthType());
-  EXPECT_EQ(QvGC::GradientMaskedByShape, gc.GetGradientMapMode());
+  EXPECT_EQ((std::vector<QvLong>{0, 4, 1, 2, 1, 0, 1}),
+            (std::vector<QvLong>{gc.GetAAFilterRadius(), gc.GetAASuperSampling(), gc.GetFillRule(),
+                                 gc.GetEndCap(), gc.GetJoin(), gc.GetWidthType(), gc.GetGradientMapMode()}));
   const double* m = gc.GetTransform().GetMatrixPtr();
   for (int i = 0; i < 16; ++i)
     EXPECT_EQ(i % 5 == 0 ? 1.0 : 0.0, m[i]) << i;
@@ -33,6 +29,7 @@ TEST(GraphicsContext, Defaults) {
   EXPECT_EQ(QvBaseFCurve::FSBezierCubic, gradient.GetFirstSegmentKind());
   EXPECT_EQ(1.0, gradient.Eval(0.0, 1));
   EXPECT_EQ(0.0, gradient.Eval(1.0, 1));
+  EXPECT_NEAR(0.5, gradient.Eval(0.5, 1), 1e-12);  // a straight line between the keys
 }
 
 TEST(GraphicsContext, SettersStoreAsGivenButSuperSampling) {
@@ -46,11 +43,8 @@ TEST(GraphicsContext, SettersStoreAsGivenButSuperSampling) {
   }
   gc.SetAAFilterRadius(100);  // the fill clamps it, not the context
   EXPECT_EQ(100, gc.GetAAFilterRadius());
-  gc.SetLineWidth(-2.5);
-  EXPECT_EQ(-2.5, gc.GetLineWidth());
   gc.SetFillRule(static_cast<QvGC::FillRule>(7));
-  const QvGC& held = gc;  // drawing code reads the enumerations through a const context
-  EXPECT_EQ(7, qv::internal::gc_fill_rule(held));
+  EXPECT_EQ(7, gc.GetFillRule());
 }
 
 TEST(GraphicsContext, CopiesOwnTransformAndCurve) {
@@ -66,10 +60,5 @@ TEST(GraphicsContext, CopiesOwnTransformAndCurve) {
   copy.SetTransform(QvTransfo4());
   EXPECT_EQ(2u, source.GetGradientFCurve().GetNumKeys());
   EXPECT_EQ(2.0, source.GetTransform().GetMatrixElement(0, 0));
-
-  QvGC assigned;
-  assigned = copy;
-  EXPECT_EQ(0u, assigned.GetGradientFCurve().GetNumKeys());
-  assigned.SetGradientFCurve(source.GetGradientFCurve());
   EXPECT_EQ(0.25, copy.GetGradientFCurve().Eval(0.5, 1));
 }

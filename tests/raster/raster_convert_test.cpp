@@ -31,7 +31,6 @@ TEST(RasterConvert, FromFloatTruncatesOrRoundsWithoutClamp) {
       {2.0f, 254, -32768}, {4.0f, 252, 0},        // low 16 bits of 32768 and 65536
       {131073.5f, 126, 24576}, {-131073.5f, 130, -24576},  // shorts past 32-bit integers
       {nan, 0, 0},
-      {std::numeric_limits<float>::infinity(), 0, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.s);

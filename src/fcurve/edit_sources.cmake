@@ -1,0 +1,3 @@
+list(APPEND QV_SOURCES
+  src/fcurve/edit_ops.cpp
+)

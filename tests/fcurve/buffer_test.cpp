@@ -1,0 +1,202 @@
+#include "curve_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <random>
+#include <vector>
+
+using qv::test::append_key;
+using qv::test::fill_random;
+using Base = QvBaseFCurve;
+
+namespace {
+
+std::vector<unsigned char> write(const QvStdFCurve& curve) {
+  std::vector<unsigned char> bytes(curve.GetBufferSize(), 0xCD);
+  EXPECT_EQ(bytes.size(), curve.WriteToBuffer(bytes.data()));
+  return bytes;
+}
+
+QvULong word_at(const std::vector<unsigned char>& b, size_t at) {
+  return static_cast<QvULong>(b[at]) | (static_cast<QvULong>(b[at + 1]) << 8) |
+         (static_cast<QvULong>(b[at + 2]) << 16) | (static_cast<QvULong>(b[at + 3]) << 24);
+}
+
+void set_word(std::vector<unsigned char>& b, size_t at, QvULong v) {
+  for (int i = 0; i < 4; ++i) b[at + static_cast<size_t>(i)] = static_cast<unsigned char>(v >> (8 * i));
+}
+
+void busy_curve(QvStdFCurve& curve, std::mt19937& rng) {
+  fill_random(curve, rng, 5);
+  QvStdFCurveImpl& body = *curve.GetImpl();
+  for (QvULong i = 0; i < body.m_numKeys; ++i) {
+    body.Key(i).flags = static_cast<std::uint16_t>(0x0F00 | i);
+    body.Key(i).spare[0] = static_cast<unsigned char>(i + 1);
+    body.Key(i).spare[1] = 0xA5;
+  }
+  body.m_clampMin = -4.0;
+  body.m_clampMax = 4.5;
+  body.m_extrapolation = Base::ExtrapolationCycleOffset;
+  body.m_readOnly = 1;
+  body.m_defaultBezierTangent = 1;
+  body.m_timeCurve = 0;
+  body.m_valueWhenNoKeys = 0.25;
+}
+
+}  // namespace
+
+TEST(StdFCurveBuffer, LayoutAndRoundTrip) {
+  std::mt19937 rng(41);
+  QvStdFCurve curve;
+  busy_curve(curve, rng);
+  const std::vector<unsigned char> bytes = write(curve);
+  ASSERT_EQ(64u + 64u * 5u + 9u, bytes.size());
+  EXPECT_EQ(bytes.size() - 4, word_at(bytes, 0));
+  EXPECT_EQ(264u, word_at(bytes, 4));
+  EXPECT_EQ(20u, word_at(bytes, 8));
+  EXPECT_EQ(5u, word_at(bytes, 4 + 36));
+  EXPECT_EQ(257u, word_at(bytes, 4 + 40 + 60 * 5));
+  EXPECT_EQ(259u, word_at(bytes, 4 + 44 + 62 * 5));
+  EXPECT_EQ(264u, word_at(bytes, bytes.size() - 5));
+
+  QvBaseFCurve* copy = nullptr;
+  ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &copy));
+  ASSERT_NE(nullptr, copy);
+  const QvStdFCurve& read = static_cast<const QvStdFCurve&>(*copy);
+  EXPECT_EQ(bytes, write(read));
+  const QvStdFCurveImpl& body = *read.GetImpl();
+  EXPECT_EQ(0x0F03, body.Key(3).flags);
+  EXPECT_EQ(4, body.Key(3).spare[0]);
+  EXPECT_EQ(1, read.IsReadOnly());
+  EXPECT_EQ(0, read.IsTimeFCurve());
+  EXPECT_EQ(Base::ExtrapolationCycleOffset, read.GetExtrapolationMethod());
+  for (double x = -10.0; x < 10.0; x += 0.37) EXPECT_EQ(curve.Eval(x, 1), read.Eval(x, 1));
+  delete copy;
+}
+
+TEST(StdFCurveBuffer, NonFiniteValuesAreStoredAsZero) {
+  QvStdFCurve curve(std::numeric_limits<double>::infinity(), Base::FSLinear);
+  append_key(curve, 0.0, std::numeric_limits<double>::quiet_NaN(), Base::FSLinear);
+  append_key(curve, 1.0, 2.0, Base::FSLinear);
+  QvStdFCurve read;
+  const std::vector<unsigned char> bytes = write(curve);
+  ASSERT_EQ(bytes.size() - 4, read.ReadFromBufferBody(bytes.data() + 4));
+  EXPECT_EQ(0.0, read.GetMinusInfinityVal());
+  EXPECT_EQ(1.0, read.Eval(0.5, 0));
+  Base::FCurveInfo info{};
+  info.mask = 4;
+  read.GetFCurveInfo(&info);
+  EXPECT_EQ(0.0, info.valueWhenNoKeys);
+}
+
+// Keys that do not rise are dropped before the size is given, so that size and bytes agree.
+TEST(StdFCurveBuffer, SizeRepairsTheBody) {
+  QvStdFCurve curve;
+  append_key(curve, 0.0, 1.0, Base::FSLinear);
+  append_key(curve, 2.0, 2.0, Base::FSLinear);
+  append_key(curve, 1.0, 3.0, Base::FSLinear);
+  append_key(curve, 3.0, 4.0, Base::FSLinear);
+  EXPECT_EQ(64u + 64u * 3u + 9u, curve.GetBufferSize());
+  EXPECT_EQ(3u, curve.GetNumKeys());
+  EXPECT_EQ(4.0, curve.Eval(3.0, 0));
+}
+
+TEST(StdFCurveBuffer, DamagedBodiesLeaveTheCurveAlone) {
+  std::mt19937 rng(43);
+  QvStdFCurve source;
+  busy_curve(source, rng);
+  const std::vector<unsigned char> good = write(source);
+  QvStdFCurve target;
+  fill_random(target, rng, 3);
+  const std::vector<unsigned char> before = write(target);
+
+  // Every shorter length is refused: the reader never looks past the length word's end.
+  for (QvULong length = 0; length + 4 < good.size(); ++length) {
+    std::vector<unsigned char> cut(good.begin(), good.begin() + 4 + length);
+    set_word(cut, 0, length);
+    ASSERT_EQ(0u, target.ReadFromBufferBody(cut.data() + 4)) << length;
+  }
+  struct Case {
+    const char* name;
+    size_t at;
+    QvULong word;
+  };
+  const Case cases[] = {
+      {"version 0", 4, 0},
+      {"version 2", 4, 2},
+      {"another kind", 8, 30},
+      {"more keys than bytes", 4 + 36, 0xFFFFFFFF},
+      {"flags marker", 4 + 40 + 60 * 5, 258},
+      {"settings marker", 4 + 44 + 62 * 5, 260},
+      {"user data version", 4 + 50 + 64 * 5 + 4, 255},
+      {"last marker", good.size() - 5, 263},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::vector<unsigned char> bad = good;
+    set_word(bad, c.at, c.word);
+    EXPECT_EQ(0u, target.ReadFromBufferBody(bad.data() + 4));
+  }
+  std::vector<unsigned char> falling = good;
+  std::memcpy(falling.data() + 4 + 40 + 60, falling.data() + 4 + 40, 8);  // key 1 at key 0
+  EXPECT_EQ(0u, target.ReadFromBufferBody(falling.data() + 4));
+  EXPECT_EQ(before, write(target));
+}
+
+TEST(StdFCurveBuffer, OldestForm) {
+  // Version 1: value when empty, first kind, two 64-byte keys with a zero word at offset 60.
+  std::vector<unsigned char> b(4 + 20 + 128, 0);
+  set_word(b, 0, 20 + 128);
+  set_word(b, 4, 1);
+  set_word(b, 16, 2);  // FSLinear before the first key
+  set_word(b, 20, 2);
+  const double key0[7] = {0.0, 1.0, 1.0, 0.0, 1.0, 1.0, 1.0};
+  const double key1[7] = {3.0, 4.0, 4.0, 2.0, 4.0, 3.0, 4.0};
+  std::memcpy(b.data() + 24, key0, 56);
+  b[24 + 56] = 3;
+  std::memcpy(b.data() + 24 + 64, key1, 56);
+  b[24 + 64 + 56] = 2;
+  QvStdFCurve curve;
+  ASSERT_EQ(20u + 128u, curve.ReadFromBufferBody(b.data() + 4));
+  EXPECT_EQ(2u, curve.GetNumKeys());
+  EXPECT_NEAR(2.5, curve.Eval(1.5, 0), 1e-9);  // the middle of a symmetric S
+  EXPECT_EQ(1, curve.GetConstraintAtIndex(1, Base::KCTangentContinuity));
+  QvPoint2<double> left, right;
+  ASSERT_EQ(1, curve.GetActualKeyTgtHandles(3.0, left, right, 0.0));
+  EXPECT_EQ(1.0, right.x);  // the last right handle mirrors the left one
+  set_word(b, 24 + 64 + 60, 7);
+  QvStdFCurve untouched;
+  EXPECT_EQ(0u, untouched.ReadFromBufferBody(b.data() + 4));
+  EXPECT_EQ(0u, untouched.GetNumKeys());
+}
+
+TEST(StdFCurveBuffer, UserDataTravelsWithTheBody) {
+  QvStdFCurve curve;
+  append_key(curve, 0.0, 1.0, Base::FSLinear);
+  append_key(curve, 2.0, 3.0, Base::FSLinear);
+  const _pmbUID id = {0x12345678u, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
+  const unsigned char blob[] = {9, 8, 7};
+  ASSERT_EQ(1, curve.SetFCurveUserData(id, blob, 3));
+  double at = 2.0;
+  ASSERT_EQ(1, curve.SetKeyUserData(at, id, blob, 2, 0.0));
+  const std::vector<unsigned char> bytes = write(curve);
+  QvBaseFCurve* copy = nullptr;
+  ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &copy));
+  std::unique_ptr<QvBaseFCurve> owned(copy);
+  const unsigned char* data = nullptr;
+  QvULong size = 0;
+  ASSERT_EQ(1, copy->GetFCurveUserData(id, data, size));
+  EXPECT_EQ(3u, size);
+  ASSERT_EQ(1, copy->GetKeyUserData(at, id, data, size, 0.0));
+  EXPECT_EQ(2u, size);
+  EXPECT_EQ(bytes, write(static_cast<const QvStdFCurve&>(*copy)));
+  // A store that is damaged fails the whole read.
+  std::vector<unsigned char> bad = bytes;
+  set_word(bad, 4 + 50 + 64 * 2 + 4, 255);
+  QvStdFCurve target;
+  EXPECT_EQ(0u, target.ReadFromBufferBody(bad.data() + 4));
+  EXPECT_EQ(0, target.HasUserData());
+}
