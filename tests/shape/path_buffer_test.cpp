@@ -149,13 +149,23 @@ void exercise(const QvPath2f& source) {
     path.GetSegmentExtent(i, e);
     QvPath2f(path, i, n - 1).AltFlatten(0.5, pts, tags);
   }
-  for (QvULong i = 0; i < n + 2; ++i) {  // these may add points as they go
+  const QvPoint2<float> cubic[4] = {P(0, 0), P(1, 1), P(2, 1), P(3, 0)};
+  for (QvULong i = 0; i < n + 2; ++i) {  // these may add and remove points as they go
     path.LockG1(i);
+    path.ReplacePoint(i, P(0.5, 0.5), 1);
+    path.ReplaceTangentVectorDirections(i, P(1, 0));
     path.UnlockG1(i);
     path.OpenSubpath(i);
     path.CloseSubpath(i);
+    path.ReplaceSegment(i, cubic, 3);
+    path.ReplaceSubpathSection(i, i + 2, P(1, 1), P(2, 2));
+    path.ReplaceSubpathSection(i, i + 3, source, 0, 2);
+    path.RemoveSubpathSection(i, i + 1);
   }
+  QvPath2f in, out;
+  path.GetInwardOutwardPaths(0.5f, 0.5f, in, out);
   path.AltFlatten(0.5, pts, tags);
+  path.RemoveSubpath(0);
 }
 
 TEST(PathBuffer, AnyTypesAreReadAndWalkedSafely) {
