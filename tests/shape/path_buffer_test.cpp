@@ -89,7 +89,7 @@ TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
     unsigned char value;
   };
   const Case cases[] = {
-      {"kind 2", 4, 2},
+      {"kind 5", 4, 5},
       {"count one too many", 8, 6},
       {"first point not a Moveto", 52, 3},
       {"handle run broken", 54, 8},
