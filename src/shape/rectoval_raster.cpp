@@ -41,11 +41,20 @@ T* row_pointer(QvRaster<T>& raster, QvLong y) {
 }
 
 // Calls span(y, lo, hi) with the real x-interval that the shape covers on the
-// centre line of each raster row y within [ylo, yhi].
+// centre line of each raster row y. Rows are taken with centres in
+// [ylo, yhi): a centre at the largest y of the shape is left out, as the
+// path fill leaves it out, so that a shape and its outline paint alike. Across
+// a row both ends count.
 template <class Span, class Interval>
 void walk_rows(QvLong height, double ylo, double yhi, Interval interval, Span span) {
-  QvLong y0, y1;
-  if (!pixel_range(ylo, yhi, height, y0, y1)) return;
+  if (!(ylo <= yhi) || height <= 0) return;
+  double f = std::ceil(ylo - 0.5);
+  double l = std::ceil(yhi - 0.5) - 1.0;
+  if (f < 0.0) f = 0.0;
+  if (l > static_cast<double>(height - 1)) l = static_cast<double>(height - 1);
+  if (!(f <= l)) return;
+  const QvLong y0 = static_cast<QvLong>(f);
+  const QvLong y1 = static_cast<QvLong>(l);
   for (QvLong y = y0; y <= y1; ++y) {
     double lo, hi;
     if (interval(static_cast<double>(y) + 0.5, lo, hi)) span(y, lo, hi);

@@ -1,6 +1,8 @@
 // The rasterisers of the parametric shapes. All of them sample pixel centres:
-// a pixel whose centre (x + 0.5, y + 0.5) lies in the shape, its boundary
-// included, is written; no other pixel is touched. Corners arrive in raster
+// a pixel whose centre (x + 0.5, y + 0.5) lies in the shape is written, and no
+// other pixel is touched. Centres on the boundary count as inside, except on
+// the row through the shape's largest y, which the path fill leaves out
+// too. Corners arrive in raster
 // space. Rows honour the raster's bottomUp flag as the path fills do.
 #ifndef QV_SRC_SHAPE_RECTOVAL_RASTER_H
 #define QV_SRC_SHAPE_RECTOVAL_RASTER_H

@@ -242,3 +242,27 @@ TEST(RectRadialFill, PaintsTheRectangleFromItsCentreOut) {
   for (QvLong x = cx - 1; x >= 0 && fill.pixels[cy * kW + x]; --x)
     EXPECT_LE(radial.pixels[cy * kW + x], radial.pixels[cy * kW + x + 1]);
 }
+
+// Centres on the boundary are inside but at the largest y, as in the path
+// fill.
+TEST(RectFill, BoundaryThroughPixelCentres) {
+  struct Case {
+    QvPoint2<float> from, to;
+    QvLong first, last_x, last_y;  // painted columns and rows
+  };
+  const Case cases[] = {{P(10, 10), P(20, 20), 10, 19, 19},
+                        {P(10.5, 10.5), P(20.5, 20.5), 10, 20, 19}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.from.x);
+    QvRect2f rect(c.from, c.to);
+    QvRaster<unsigned char> own(kW, kH, 0), path(kW, kH, 0);
+    rect.Fill(QvGC(), own, nullptr, nullptr);
+    QvPath2f(rect).Fill(QvGC(), path, nullptr, nullptr);
+    for (QvLong y = 0; y < kH; ++y)
+      for (QvLong x = 0; x < kW; ++x) {
+        const bool in = c.first <= x && x <= c.last_x && c.first <= y && y <= c.last_y;
+        ASSERT_EQ(in ? 255 : 0, own.pixels[y * kW + x]) << x << ", " << y;
+        ASSERT_EQ(path.pixels[y * kW + x], own.pixels[y * kW + x]) << x << ", " << y;
+      }
+  }
+}
