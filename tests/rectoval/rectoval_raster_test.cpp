@@ -12,6 +12,7 @@
 #include "shape/rectoval_raster.h"
 
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -264,5 +265,40 @@ TEST(RectFill, BoundaryThroughPixelCentres) {
         ASSERT_EQ(in ? 255 : 0, own.pixels[y * kW + x]) << x << ", " << y;
         ASSERT_EQ(path.pixels[y * kW + x], own.pixels[y * kW + x]) << x << ", " << y;
       }
+  }
+}
+
+// Huge, infinite and NaN corners draw nothing out of bounds; a finite shape
+// that covers the raster paints all of it.
+TEST(RectOvalFill, HostileCoordinatesStayInBounds) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  struct Case {
+    const char* name;
+    QvPoint2<float> a, b, c;
+    bool covers;
+  };
+  const Case cases[] = {
+      {"huge", P(-1e30, -1e30), P(1e30, -1e30), P(-1e30, 1e30), true},
+      {"infinite", P(-inf, 0), P(inf, 0), P(0, inf), false},
+      {"not a number", P(nan, 1), P(5, 5), P(1, nan), false},
+      {"flat", P(3, 3), P(30, 30), P(3, 3), false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    QvRect2f rect(c.a, c.b, c.c);
+    QvOval2f oval(c.a, c.b, c.c);
+    QvRaster<unsigned char> r(kW, kH, 0), o(kW, kH, 0);
+    QvRaster<float> radial(kW, kH, 0.0f);
+    rect.Fill(QvGC(), r, nullptr, nullptr);
+    oval.Fill(QvGC(), o, nullptr, nullptr);
+    rect.RadialFill(QvGC(), radial);
+    oval.RadialFill(QvGC(), radial);
+    if (c.covers) {
+      EXPECT_EQ(1, r.AllPixelValuesAre(255));
+    }
+    rect.HandleScale(2, P(4, 4), QvRect2f::CenterStyleOpposite);
+    rect.HandleRotate(2, P(4, 4), QvRect2f::CenterStyleCentre);
+    rect.SetWidth(3.0);
   }
 }
