@@ -21,7 +21,7 @@ class QV_API QvOval2f : public QvShape2f {
   // Opposite corners of an axis-aligned box: cornerA is the first.
   QvOval2f(const QvPoint2<float>& cornerA, const QvPoint2<float>& opposite);
   QvOval2f(const QvPoint2<float>& cornerA, const QvPoint2<float>& cornerB,
-        const QvPoint2<float>& cornerC);
+           const QvPoint2<float>& cornerC);
   // A corner with the lengths of the sides along +x and +y.
   QvOval2f(const QvPoint2<float>& corner, float width, float height);
   ~QvOval2f() override;

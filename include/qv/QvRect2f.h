@@ -28,7 +28,7 @@ class QV_API QvRect2f : public QvShape2f {
   // Opposite corners of an axis-aligned box: cornerA is the first.
   QvRect2f(const QvPoint2<float>& cornerA, const QvPoint2<float>& opposite);
   QvRect2f(const QvPoint2<float>& cornerA, const QvPoint2<float>& cornerB,
-        const QvPoint2<float>& cornerC);
+           const QvPoint2<float>& cornerC);
   // A corner with the lengths of the sides along +x and +y.
   QvRect2f(const QvPoint2<float>& corner, float width, float height);
   ~QvRect2f() override;
