@@ -20,5 +20,8 @@
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
 #include <qv/QvFill.h>
+#include <qv/QvRect2f.h>
+#include <qv/QvOval2f.h>
+#include <qv/QvShapeSetOps.h>
 
 #endif
