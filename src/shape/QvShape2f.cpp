@@ -2,6 +2,7 @@
 
 #include <qv/QvGC.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvPath2fProp1d.h>
 #include <qv/QvTransfo4.h>
 
 #include "shape/shape_buffer.h"
@@ -78,6 +79,7 @@ QvShape2f* make_shape(QvShape2f::Kind kind) {
   switch (kind) {
     case QvShape2f::KindPath:
       return new QvPath2f(1);
+    case QvShape2f::KindPathProp: return new QvPath2fProp1d(1);
     default:
       return nullptr;
   }
