@@ -332,7 +332,8 @@ QvULong QvPath2fProp1d::ReadFromBufferBody(const void* body) {
   if (path_length + 12 > length) return 0;
   try {
     QvPath2f path(1);
-    if (path.ReadFromBufferBody(in + 8) != path_length) return 0;
+    const QvULong path_read = path.ReadFromBufferBody(in + 8);
+    if (path_read == 0 || path_read != path_length) return 0;
     const QvULong count = qi::load_u32(in + 8 + path_length);
     std::uint64_t at = 12 + path_length;
     const QvULong num_points = path.NumPoints();

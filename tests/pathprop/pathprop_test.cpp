@@ -111,6 +111,7 @@ TEST(PathPropBuffer, RefusesTruncatedAndMalformedBodies) {
       {"key not a subpath start", 12 + path_size, 1, 0},
       {"entry count too large", 8 + path_size, 3, 0},
       {"path length too large", 8, 0x7FFFFFFFu, 0},
+      {"path length 0", 8, 0, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
