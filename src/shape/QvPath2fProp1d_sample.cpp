@@ -429,23 +429,29 @@ QvULong QvPath2fProp1d::IntersectPropertySamplePointsExtent(const QvGC& gc,
 // ---------------------------------------------------------------------------
 // Building
 
-// Each subpath of other gives one run of samples and so one fitted subpath
-// here, in the same order: the curves follow that order.
+// Subpaths of other are fitted one at a time, which samples them exactly as a
+// whole-path fit would, and tells which subpath here each fit went into. A
+// fit that continues an open subpath here gives it the curve only if it has
+// none of its own.
 QvULong QvPath2fProp1d::AddFittedSamplesFromPath(const QvGC& gc, const QvPath2fProp1d& other) {
   LockGuard guard(*this);
   LockGuard other_guard(other);
   const QvULong before = NumPointsInsideCriticalSection();
-  const QvULong added = QvPath2f::AddFittedSamplesFromPath(gc, other);
-  const QvULong n = NumPointsInsideCriticalSection();
   const QvULong other_n = other.NumPointsInsideCriticalSection();
-  QvULong mine = before;
-  for (QvULong theirs = 0; theirs < other_n && mine < n;) {
-    if (const QvRawFCurve* curve = other.GetPropCurveInsideCriticalSection(theirs))
-      SetPropCurveInsideCriticalSection(mine, *curve);
-    theirs = other.EndOfSubpath(theirs) + 1;
-    mine = EndOfSubpath(mine) + 1;
+  for (QvULong first = 0; first < other_n;) {
+    const QvULong last = other.EndOfSubpath(first);
+    const QvULong count_before = NumPointsInsideCriticalSection();
+    const QvPath2f piece(other, first, last);
+    QvPath2f::AddFittedSamplesFromPath(gc, piece);
+    const QvRawFCurve* curve = other.GetPropCurveInsideCriticalSection(first);
+    if (curve && NumPointsInsideCriticalSection() > count_before) {
+      const QvULong target = StartOfSubpath(LastIndex());
+      if (target >= count_before || !GetPropCurveInsideCriticalSection(target))
+        SetPropCurveInsideCriticalSection(target, *curve);
+    }
+    first = last + 1;
   }
-  return added;
+  return NumPointsInsideCriticalSection() - before;
 }
 
 void QvPath2fProp1d::SetToLerpAB(const QvPath2fProp1d& a, const QvPath2fProp1d& b, double t,

@@ -294,6 +294,23 @@ TEST(PathProp, LerpBlendsPointsAndCurves) {
   EXPECT_EQ(12.5f, a.GetPoint(1).x);
 }
 
+// Fitting carries each subpath's curve onto the subpath fitted from it, and
+// the geometry is that of the plain path's fit.
+TEST(PathProp, FittedSamplesCarryCurves) {
+  QvPath2fProp1d other = polylines({{P(0, 0), P(10, 0), P(20, 5)}, {P(0, 30), P(40, 30)}});
+  other.SetPropCurve(0, ramp(10, 0, 1));
+  other.SetPropCurve(3, ramp(40, 0, 1));
+  const QvGC gc = sampling_gc(2.0, 0.5);
+  QvPath2fProp1d fitted;
+  QvPath2f plain;
+  const QvULong added = fitted.AddFittedSamplesFromPath(gc, other);
+  ASSERT_EQ(plain.AddFittedSamplesFromPath(gc, QvPath2f(other)), added);
+  ASSERT_EQ(2u, fitted.NumSubpaths());
+  for (QvULong k = 0; k < added; ++k) EXPECT_EQ(plain.GetPoint(k), fitted.GetPoint(k));
+  EXPECT_DOUBLE_EQ(10.0, fitted.GetLargestArcLength(0));
+  EXPECT_DOUBLE_EQ(40.0, fitted.GetLargestArcLength(added - 1));
+}
+
 TEST(PathProp, CopiesAreDeep) {
   QvPath2fProp1d path = two_with_curves();
   QvShape2f* clone = path.Clone();
