@@ -19,6 +19,7 @@
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvPath2fProp1d.h>
 #include <qv/QvFill.h>
 #include <qv/QvRect2f.h>
 #include <qv/QvOval2f.h>
