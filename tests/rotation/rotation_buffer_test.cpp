@@ -1,0 +1,2 @@
+#include <qv/QvQuatFCurve.h>
+#include <gtest/gtest.h>
