@@ -86,8 +86,10 @@ void sample_positions(const QvQuatCurve& c, double from, double to, std::vector<
   out.push_back(anchors.back());
 }
 
+// The two sides of a seam of the plain cycle are the last key's rotation and the first's.
 QvPoint3<double> sample_value(const QvQuatCurve& c, const Sample& s) {
   if (s.role == Sample::SeamBefore) return c.GetKeyValue(c.GetNumKeys() - 1);
+  if (s.role == Sample::SeamAfter) return c.GetKeyValue(0);
   return c.Eval(s.t);
 }
 
@@ -602,10 +604,9 @@ QvBaseFCurve* QvQuatFCurve::SnapShot(double from, double to, ExtrapolationMethod
       std::vector<Sample> samples;
       if (to - from > kRotationKeyTolerance) sample_positions(c, from, to, samples);
       else samples.push_back(Sample{from, Sample::Plain});
-      // At a seam the key takes the far side of the jump: the one that the curve holds there.
+      // A key holds one rotation: at a seam, the one that the curve evaluates to there.
       for (const Sample& s : samples)
-        if (s.role != Sample::SeamBefore)
-          shot->SetKey(s.t, sample_value(c, s), kRotationKeyTolerance);
+        if (s.role != Sample::SeamBefore) shot->SetKey(s.t, c.Eval(s.t), kRotationKeyTolerance);
     }
     return view.release();
   } catch (...) {
