@@ -22,6 +22,7 @@ constexpr double kSampleMatch = 1e-7;       // a key this close to a resample po
 constexpr double kStepsPerSpan = 16.0;      // drawn and snapshot samples between two anchors
 constexpr double kMaxAnchors = 1048576.0;   // beyond this many repeated keys only the ends anchor
 constexpr double kMaxSequence = 16777216.0; // samples that one EvalSequence may produce
+constexpr double kMaxResample = 65536.0;    // keys that one resampling may ensure
 
 bool all_finite(std::initializer_list<double> values) {
   for (double v : values)
@@ -462,7 +463,7 @@ QvLong QvQuatFCurve::ResampleSequence(double from, double to, double step, QvLon
   if (c.IsReadOnly() != 0 || !all_finite({from, to}) || from > to) return 0;
   std::vector<double> positions{from};
   if (to - from > kRotationKeyTolerance) {
-    if (!(step > 0.0) || !std::isfinite(step) || (to - from) / step > kMaxSequence) return 0;
+    if (!(step > 0.0) || !std::isfinite(step) || (to - from) / step > kMaxResample) return 0;
     const double count = std::floor((to - from) / step);
     for (double k = 1.0; k <= count; k += 1.0) positions.push_back(from + k * step);
     if (to - positions.back() > kRotationKeyTolerance) positions.push_back(to);
