@@ -268,3 +268,24 @@ TEST(QvQuatKey, ComparisonTolerances) {
   EXPECT_EQ(0.0, zero.time);
   EXPECT_EQ(0, zero.flags);
 }
+
+TEST(QvQuatCurve, ParametersFarOutsideAreSafe) {
+  for (QvLong method = 1; method <= 4; ++method) {
+    SCOPED_TRACE(method);
+    QvQuatCurve c = ramp({deg(0, 0, 0), deg(0, 0, 90), deg(10, 0, 120)});
+    c.SetExtrapolationMethod(method);
+    for (double t : {1e300, -1e300, 1e12 + 0.5}) {
+      const QvPoint3<double> v = c.Eval(t);
+      EXPECT_TRUE(std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z)) << t;
+    }
+    // Parameters that are not finite hold an end rotation.
+    EXPECT_NEAR(0.0, c.Eval(-INFINITY, 2), 1e-9);
+    EXPECT_NEAR(120.0, c.Eval(INFINITY, 2), 1e-9);
+    EXPECT_NEAR(0.0, c.Eval(std::nan(""), 2), 1e-9);
+  }
+  // A whole number of cycles of the offset cycle is the last rotation turned on by whole cycles.
+  QvQuatCurve c = ramp({deg(0, 0, 0), deg(0, 0, 30)});
+  c.SetExtrapolationMethod(4);
+  EXPECT_NEAR(30.0 * 7.0, c.Eval(7.0, 2), 1e-6);
+  EXPECT_NEAR(0.0, std::remainder(c.Eval(120000.0, 2), 360.0), 1e-6);
+}
