@@ -15,6 +15,7 @@
 #include <qv/QvBaseFCurve.h>
 #include <qv/QvStdFCurve.h>
 #include <qv/QvRawFCurve.h>
+#include <qv/QvQuatFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
