@@ -1,0 +1,2 @@
+#include <qv/QvMotionPath3d.h>
+#include <gtest/gtest.h>
