@@ -13,6 +13,7 @@ std::uint32_t u32_at(const std::vector<unsigned char>& b, std::size_t at) {
 }
 
 void put_u32(std::vector<unsigned char>& b, std::size_t at, std::uint32_t v) {
+  if (b.size() < at + 4) return;
   for (int i = 0; i < 4; ++i) b[at + i] = static_cast<unsigned char>(v >> (8 * i));
 }
 
@@ -32,13 +33,9 @@ QvMotionPath3d sample_path() {
   return path;
 }
 
-// A body in a block of its own, exactly as long as the length word says, so that any read past
-// the end is caught by the address checker.
-struct Body {
-  std::vector<unsigned char> block;
-  explicit Body(const std::vector<unsigned char>& bytes) : block(bytes) {}
-  const void* body() const { return block.data() + 4; }
-};
+// Every body below lies in a block of its own, exactly as long as its length word says, so that
+// a read past the end is caught by the address checker.
+const void* body_of(const std::vector<unsigned char>& block) { return block.data() + 4; }
 
 TEST(MotionBuffer, LayoutFigures) {
   const QvMotionPath3d path = sample_path();
@@ -74,16 +71,15 @@ TEST(MotionBuffer, LayoutFigures) {
 TEST(MotionBuffer, RoundTripGivesTheSameBytes) {
   for (const QvMotionPath3d& original : {sample_path(), QvMotionPath3d()}) {
     const std::vector<unsigned char> b = bytes_of(original);
-    Body body(b);
     QvMotionPath3d read(P3(), P3(1, 1, 1), 0.0, 1.0);
     int tag = 0;
     read.SetClientData(0, &tag);
-    ASSERT_EQ(b.size() - 4, read.ReadFromBufferBody(body.body()));
+    ASSERT_EQ(b.size() - 4, read.ReadFromBufferBody(body_of(b)));
     EXPECT_EQ(b, bytes_of(read));
     EXPECT_EQ(nullptr, read.GetClientData(0));
 
     QvULong consumed = 0;
-    QvMotionPath3d* created = QvMotionPath3d_CreateFromBufferBody(body.body(), consumed);
+    QvMotionPath3d* created = QvMotionPath3d_CreateFromBufferBody(body_of(b), consumed);
     ASSERT_NE(nullptr, created);
     EXPECT_EQ(b.size() - 4, consumed);
     EXPECT_EQ(b, bytes_of(*created));
@@ -100,12 +96,11 @@ TEST(MotionBuffer, EveryShortBodyIsRefusedAndLeavesTheObject) {
     SCOPED_TRACE(length);
     std::vector<unsigned char> cut(full.begin(), full.begin() + static_cast<long>(length) + 4);
     put_u32(cut, 0, static_cast<std::uint32_t>(length));
-    Body body(cut);
     QvMotionPath3d target = keep;
-    EXPECT_EQ(0u, target.ReadFromBufferBody(body.body()));
+    EXPECT_EQ(0u, target.ReadFromBufferBody(body_of(cut)));
     EXPECT_EQ(kept, bytes_of(target));
     QvULong consumed = 77;
-    EXPECT_EQ(nullptr, QvMotionPath3d_CreateFromBufferBody(body.body(), consumed));
+    EXPECT_EQ(nullptr, QvMotionPath3d_CreateFromBufferBody(body_of(cut), consumed));
     EXPECT_EQ(77u, consumed);
   }
 }
@@ -131,30 +126,27 @@ TEST(MotionBuffer, MalformedBodiesAreRefused) {
     std::vector<unsigned char> b = good;
     if (c.byte) b[c.at] = static_cast<unsigned char>(c.value);
     else put_u32(b, c.at, c.value);
-    Body body(b);
     QvMotionPath3d target(P3(), P3(1, 0, 0), 0.0, 1.0);
     const std::vector<unsigned char> before = bytes_of(target);
-    EXPECT_EQ(0u, target.ReadFromBufferBody(body.body()));
+    EXPECT_EQ(0u, target.ReadFromBufferBody(body_of(b)));
     EXPECT_EQ(before, bytes_of(target));
   }
   {
     SCOPED_TRACE("times that do not rise");
     std::vector<unsigned char> b = good;
     std::memcpy(b.data() + 16 + 24 * 7 + 8, b.data() + 16 + 24 * 7, 8);
-    Body body(b);
     QvMotionPath3d target;
-    EXPECT_EQ(0u, target.ReadFromBufferBody(body.body()));
+    EXPECT_EQ(0u, target.ReadFromBufferBody(body_of(b)));
     EXPECT_EQ(0u, target.NumPoints());
   }
   {
     SCOPED_TRACE("a later version reads as the newest form, trailing bytes ignored");
     std::vector<unsigned char> b = good;
     put_u32(b, 4, 300);
-    b.resize(b.size() + 8, 0xAB);
+    for (int i = 0; i < 8; ++i) b.push_back(0xAB);
     put_u32(b, 0, static_cast<std::uint32_t>(b.size() - 4));
-    Body body(b);
     QvMotionPath3d target;
-    EXPECT_EQ(good.size() - 4, target.ReadFromBufferBody(body.body()));
+    EXPECT_EQ(good.size() - 4, target.ReadFromBufferBody(body_of(b)));
     EXPECT_EQ(good, bytes_of(target));
   }
 }
@@ -173,9 +165,8 @@ TEST(MotionBuffer, OlderVersionsReadWithConstantTangents) {
     b.insert(b.end(), good.begin() + static_cast<long>(tangents) + 6, good.end());
     put_u32(b, 0, static_cast<std::uint32_t>(b.size() - 4));
     put_u32(b, 4, c.version);
-    Body body(b);
     QvMotionPath3d read;
-    ASSERT_EQ(16u + 24u * 7u + (9u + c.tangent_bytes) * 3u, read.ReadFromBufferBody(body.body()));
+    ASSERT_EQ(16u + 24u * 7u + (9u + c.tangent_bytes) * 3u, read.ReadFromBufferBody(body_of(b)));
     for (QvULong i = 0; i < 9; i += 3) {
       QvLong left = 0, right = 0;
       read.GetLeftTangentInfo(i, left);

@@ -44,14 +44,7 @@ TEST(MotionBuild, EndVerbsRefuseTimesThatDoNotRiseAndLayOutEveryKind) {
   EXPECT_EQ(1.0, time);
   EXPECT_EQ(-2.0, path.GetFirstTime());
   EXPECT_EQ(2.0, path.GetLastTime());
-  P3 cps[4];
-  double times[2] = {0, 0};
-  ASSERT_EQ(1, path.GetControlPoints(5, 8, cps, times));
-  EXPECT_EQ(1, cps[1] == P3(0, 0, 0));
-  EXPECT_EQ(0.0, times[0]);  // the one node in the range
-  EXPECT_EQ(0, path.GetControlPoints(8, 13, cps, times));
   EXPECT_EQ(0, path.SetLeftTangentInfo(3, 5));
-  EXPECT_EQ(0, path.SetRightTangentInfo(13, 1));
 }
 
 TEST(MotionBuild, ClosestControlPointSkipsStraightControlsAndPrefersTheEarlier) {
