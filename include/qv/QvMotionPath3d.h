@@ -132,11 +132,18 @@ class QV_API QvMotionPath3d {
                     QvLong& inserted);
   // first and last are point indices of nodes.
   QvLong RemoveNodes(QvULong first, QvULong last);
+  // Controls at 1/3 and 2/3 of the chord; a straight segment is left as it is.
   QvLong LinearizeSegment(QvULong i);
   QvLong IsCubicSegmentLinearlyParameterized(QvULong i) const;
+  // Handles of a third of the chord that continue the neighbours' handles through the shared
+  // nodes (the chord where there is no neighbour). A straight segment becomes a cubic.
   QvLong SmoothSegment(QvULong i);
+  // Move the end node to point and rebuild the handles at the node before it so that the two
+  // end cubics join smoothly there, each handle a third of its chord. Need two cubic segments at
+  // that end.
   QvLong AdjustLastTwoCubics(const QvPoint3<double>& point);
   QvLong AdjustFirstTwoCubics(const QvPoint3<double>& point);
+  // t scale + offset for every node time; refused if the times would not rise.
   QvLong ScaleAndOffsetInitialTimes(double scale, double offset);
   QvLong Transform(const QvTransfo4& transform);
 
