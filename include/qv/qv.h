@@ -22,6 +22,7 @@
 #include <qv/QvPath2f.h>
 #include <qv/QvPath2fProp1d.h>
 #include <qv/QvFill.h>
+#include <qv/QvMotionPath3d.h>
 #include <qv/QvRect2f.h>
 #include <qv/QvOval2f.h>
 #include <qv/QvShapeSetOps.h>
