@@ -33,12 +33,11 @@ class QV_API QvIntegerFCurve : public QvBaseFCurve {
   QvBaseFCurve* Clone() const override;
   QvBaseFCurve* SnapShot(double from, double to, ExtrapolationMethod method) const override;
   QvLong CreateKey(double parameter, double value) override;
-  QvLong MergeAndCreateKey(double from, double to, double parameter, double value,
-                           QvLong openFrom, QvLong openTo, QvLong keepUserData) override;
+  QvLong MergeAndCreateKey(double from, double to, double parameter, double value, QvLong openFrom,
+                           QvLong openTo, QvLong keepUserData) override;
   QvLong CreateNonModifyingKey(double parameter, QvLong noFold) override;
   QvLong MergeAndCreateNonModifyingKey(double from, double to, double parameter, QvLong openFrom,
-                                       QvLong openTo, QvLong keepUserData,
-                                       QvLong noFold) override;
+                                       QvLong openTo, QvLong keepUserData, QvLong noFold) override;
   QvLong RemoveKey(double parameter, double tolerance) override;
   QvLong RemoveKeys(double from, double to, QvLong openFrom, QvLong openTo) override;
   QvLong SetValueWhenNoKeys(double value) override;
@@ -90,8 +89,8 @@ class QV_API QvIntegerFCurve : public QvBaseFCurve {
   QvULong FlattenFromTo(const QvExtent2<double>& extent, const QvTransfo4& transform,
                         double tolerance, QvPoint2dArray& points, QvPointTagArray& tags,
                         QvBoolArray& flags, QvLong clamp) const override;
-  QvULong GetKeys(QvDoubleArray& parameters, QvDoubleArray& leftValues,
-                  QvDoubleArray& rightValues, QvLong clamp) const override;
+  QvULong GetKeys(QvDoubleArray& parameters, QvDoubleArray& leftValues, QvDoubleArray& rightValues,
+                  QvLong clamp) const override;
   QvLong ResampleSequence(double from, double to, double step, QvLong keepKeys,
                           QvLong reserved) override;
   QvLong SmoothSequence(double from, double to, const double* kernel, QvULong count) override;

@@ -5,9 +5,12 @@
 // Every slot is the shared stepped-curve code; see kinds_ops.cpp.
 using Ops = QvSteppedFCurveOps<QvBooleanFCurve>;
 
-QvBooleanFCurve::QvBooleanFCurve(double valueWhenNoKeys) : m_impl(nullptr) { Ops::Construct(*this, valueWhenNoKeys); }
+QvBooleanFCurve::QvBooleanFCurve(double valueWhenNoKeys) : m_impl(nullptr) {
+  Ops::Construct(*this, valueWhenNoKeys);
+}
 
-QvBooleanFCurve::QvBooleanFCurve(const QvBooleanFCurve& other) : QvBaseFCurve(other), m_impl(nullptr) {
+QvBooleanFCurve::QvBooleanFCurve(const QvBooleanFCurve& other)
+    : QvBaseFCurve(other), m_impl(nullptr) {
   Ops::CopyConstruct(*this, other);
 }
 
@@ -22,13 +25,9 @@ QvBaseFCurve* QvBooleanFCurve::QueryFCurveKind(Kind kind) const {
   return Ops::QueryFCurveKind(*this, kind);
 }
 
-QvBaseFCurve::Kind QvBooleanFCurve::GetKind() const {
-  return KindBoolean;
-}
+QvBaseFCurve::Kind QvBooleanFCurve::GetKind() const { return KindBoolean; }
 
-QvBaseFCurve* QvBooleanFCurve::Clone() const {
-  return Ops::Clone(*this);
-}
+QvBaseFCurve* QvBooleanFCurve::Clone() const { return Ops::Clone(*this); }
 
 QvBaseFCurve* QvBooleanFCurve::SnapShot(double from, double to, ExtrapolationMethod method) const {
   return Ops::SnapShot(*this, from, to, method);
@@ -38,7 +37,8 @@ QvLong QvBooleanFCurve::CreateKey(double parameter, double value) {
   return Ops::CreateKey(*this, parameter, value);
 }
 
-QvLong QvBooleanFCurve::MergeAndCreateKey(double from, double to, double parameter, double value, QvLong openFrom, QvLong openTo, QvLong keepUserData) {
+QvLong QvBooleanFCurve::MergeAndCreateKey(double from, double to, double parameter, double value,
+                                          QvLong openFrom, QvLong openTo, QvLong keepUserData) {
   return Ops::MergeAndCreateKey(*this, from, to, parameter, value, openFrom, openTo, keepUserData);
 }
 
@@ -46,8 +46,11 @@ QvLong QvBooleanFCurve::CreateNonModifyingKey(double parameter, QvLong noFold) {
   return Ops::CreateNonModifyingKey(*this, parameter, noFold);
 }
 
-QvLong QvBooleanFCurve::MergeAndCreateNonModifyingKey(double from, double to, double parameter, QvLong openFrom, QvLong openTo, QvLong keepUserData, QvLong noFold) {
-  return Ops::MergeAndCreateNonModifyingKey(*this, from, to, parameter, openFrom, openTo, keepUserData, noFold);
+QvLong QvBooleanFCurve::MergeAndCreateNonModifyingKey(double from, double to, double parameter,
+                                                      QvLong openFrom, QvLong openTo,
+                                                      QvLong keepUserData, QvLong noFold) {
+  return Ops::MergeAndCreateNonModifyingKey(*this, from, to, parameter, openFrom, openTo,
+                                            keepUserData, noFold);
 }
 
 QvLong QvBooleanFCurve::RemoveKey(double parameter, double tolerance) {
@@ -62,15 +65,18 @@ QvLong QvBooleanFCurve::SetValueWhenNoKeys(double value) {
   return Ops::SetValueWhenNoKeys(*this, value);
 }
 
-QvLong QvBooleanFCurve::GetKeyValue(double parameter, KeySide side, double& value, double tolerance) const {
+QvLong QvBooleanFCurve::GetKeyValue(double parameter, KeySide side, double& value,
+                                    double tolerance) const {
   return Ops::GetKeyValue(*this, parameter, side, value, tolerance);
 }
 
-QvLong QvBooleanFCurve::GetKeyValues(double parameter, double& left, double& right, double tolerance) const {
+QvLong QvBooleanFCurve::GetKeyValues(double parameter, double& left, double& right,
+                                     double tolerance) const {
   return Ops::GetKeyValues(*this, parameter, left, right, tolerance);
 }
 
-QvLong QvBooleanFCurve::SetKeyValue(double parameter, KeySide side, double value, double tolerance) {
+QvLong QvBooleanFCurve::SetKeyValue(double parameter, KeySide side, double value,
+                                    double tolerance) {
   return Ops::SetKeyValue(*this, parameter, side, value, tolerance);
 }
 
@@ -78,17 +84,11 @@ QvLong QvBooleanFCurve::Cut(double from, double to, QvBaseFCurve& out) {
   return Ops::Cut(*this, from, to, out);
 }
 
-QvLong QvBooleanFCurve::RemoveTail(double parameter) {
-  return Ops::RemoveTail(*this, parameter);
-}
+QvLong QvBooleanFCurve::RemoveTail(double parameter) { return Ops::RemoveTail(*this, parameter); }
 
-QvLong QvBooleanFCurve::RemoveHead(double parameter) {
-  return Ops::RemoveHead(*this, parameter);
-}
+QvLong QvBooleanFCurve::RemoveHead(double parameter) { return Ops::RemoveHead(*this, parameter); }
 
-QvLong QvBooleanFCurve::Append(const QvBaseFCurve& other) {
-  return Ops::Append(*this, other);
-}
+QvLong QvBooleanFCurve::Append(const QvBaseFCurve& other) { return Ops::Append(*this, other); }
 
 QvLong QvBooleanFCurve::Paste(const QvBaseFCurve& source, double from, double to) {
   return Ops::Paste(*this, source, from, to);
@@ -102,9 +102,7 @@ QvLong QvBooleanFCurve::ScaleParameterAxis(double scale) {
   return Ops::ScaleParameterAxis(*this, scale);
 }
 
-QvLong QvBooleanFCurve::ShiftValues(double offset) {
-  return Ops::ShiftValues(*this, offset);
-}
+QvLong QvBooleanFCurve::ShiftValues(double offset) { return Ops::ShiftValues(*this, offset); }
 
 QvLong QvBooleanFCurve::ReduceNumKeys(double from, double to, double tolerance) {
   return Ops::ReduceNumKeys(*this, from, to, tolerance);
@@ -130,11 +128,10 @@ QvLong QvBooleanFCurve::GetKeyIndex(double parameter, QvULong& index) const {
   return Ops::GetKeyIndex(*this, parameter, index);
 }
 
-QvULong QvBooleanFCurve::GetNumKeys() const {
-  return Ops::GetNumKeys(*this);
-}
+QvULong QvBooleanFCurve::GetNumKeys() const { return Ops::GetNumKeys(*this); }
 
-QvULong QvBooleanFCurve::GetKeyParameters(double from, double to, QvDoubleArray& parameters, QvLong openFrom, QvLong openTo) const {
+QvULong QvBooleanFCurve::GetKeyParameters(double from, double to, QvDoubleArray& parameters,
+                                          QvLong openFrom, QvLong openTo) const {
   return Ops::GetKeyParameters(*this, from, to, parameters, openFrom, openTo);
 }
 
@@ -158,7 +155,8 @@ QvLong QvBooleanFCurve::GetNearestKeyParameter(double parameter, double& nearest
   return Ops::GetNearestKeyParameter(*this, parameter, nearest);
 }
 
-QvLong QvBooleanFCurve::GetNearestKeyParameterInCenteredInterval(double& parameter, double halfWidth) const {
+QvLong QvBooleanFCurve::GetNearestKeyParameterInCenteredInterval(double& parameter,
+                                                                 double halfWidth) const {
   return Ops::GetNearestKeyParameterInCenteredInterval(*this, parameter, halfWidth);
 }
 
@@ -178,9 +176,7 @@ QvLong QvBooleanFCurve::IsSmallestKeyParameter(double parameter) const {
   return Ops::IsSmallestKeyParameter(*this, parameter);
 }
 
-double QvBooleanFCurve::GetMinusInfinityVal() const {
-  return Ops::GetMinusInfinityVal(*this);
-}
+double QvBooleanFCurve::GetMinusInfinityVal() const { return Ops::GetMinusInfinityVal(*this); }
 
 QvLong QvBooleanFCurve::GetLargestKeyParameter(double& parameter) const {
   return Ops::GetLargestKeyParameter(*this, parameter);
@@ -190,9 +186,7 @@ QvLong QvBooleanFCurve::IsLargestKeyParameter(double parameter) const {
   return Ops::IsLargestKeyParameter(*this, parameter);
 }
 
-double QvBooleanFCurve::GetPlusInfinityVal() const {
-  return Ops::GetPlusInfinityVal(*this);
-}
+double QvBooleanFCurve::GetPlusInfinityVal() const { return Ops::GetPlusInfinityVal(*this); }
 
 double QvBooleanFCurve::GetValueUpperBound(QvLong clamp) const {
   return Ops::GetValueUpperBound(*this, clamp);
@@ -206,55 +200,64 @@ double QvBooleanFCurve::Eval(double parameter, QvLong clamp) const {
   return Ops::Eval(*this, parameter, clamp);
 }
 
-QvULong QvBooleanFCurve::EvalSequence(double from, double to, double step, double tolerance, QvDoubleArray& parameters, QvDoubleArray& values, QvLong clamp) const {
+QvULong QvBooleanFCurve::EvalSequence(double from, double to, double step, double tolerance,
+                                      QvDoubleArray& parameters, QvDoubleArray& values,
+                                      QvLong clamp) const {
   return Ops::EvalSequence(*this, from, to, step, tolerance, parameters, values, clamp);
 }
 
-QvULong QvBooleanFCurve::Flatten(const QvTransfo4& transform, double tolerance, QvPoint2dArray& points, QvPointTagArray& tags, QvLong clamp) const {
+QvULong QvBooleanFCurve::Flatten(const QvTransfo4& transform, double tolerance,
+                                 QvPoint2dArray& points, QvPointTagArray& tags,
+                                 QvLong clamp) const {
   return Ops::Flatten(*this, transform, tolerance, points, tags, clamp);
 }
 
-QvULong QvBooleanFCurve::FlattenFromTo(const QvExtent2<double>& extent, const QvTransfo4& transform, double tolerance, QvPoint2dArray& points, QvPointTagArray& tags, QvBoolArray& flags, QvLong clamp) const {
+QvULong QvBooleanFCurve::FlattenFromTo(const QvExtent2<double>& extent, const QvTransfo4& transform,
+                                       double tolerance, QvPoint2dArray& points,
+                                       QvPointTagArray& tags, QvBoolArray& flags,
+                                       QvLong clamp) const {
   return Ops::FlattenFromTo(*this, extent, transform, tolerance, points, tags, flags, clamp);
 }
 
-QvULong QvBooleanFCurve::GetKeys(QvDoubleArray& parameters, QvDoubleArray& leftValues, QvDoubleArray& rightValues, QvLong clamp) const {
+QvULong QvBooleanFCurve::GetKeys(QvDoubleArray& parameters, QvDoubleArray& leftValues,
+                                 QvDoubleArray& rightValues, QvLong clamp) const {
   return Ops::GetKeys(*this, parameters, leftValues, rightValues, clamp);
 }
 
-QvLong QvBooleanFCurve::ResampleSequence(double from, double to, double step, QvLong keepKeys, QvLong reserved) {
+QvLong QvBooleanFCurve::ResampleSequence(double from, double to, double step, QvLong keepKeys,
+                                         QvLong reserved) {
   return Ops::ResampleSequence(*this, from, to, step, keepKeys, reserved);
 }
 
-QvLong QvBooleanFCurve::SmoothSequence(double from, double to, const double* kernel, QvULong count) {
+QvLong QvBooleanFCurve::SmoothSequence(double from, double to, const double* kernel,
+                                       QvULong count) {
   return Ops::SmoothSequence(*this, from, to, kernel, count);
 }
 
-QvLong QvBooleanFCurve::MirrorValues() {
-  return Ops::MirrorValues(*this);
-}
+QvLong QvBooleanFCurve::MirrorValues() { return Ops::MirrorValues(*this); }
 
-QvLong QvBooleanFCurve::MirrorParameters() {
-  return Ops::MirrorParameters(*this);
-}
+QvLong QvBooleanFCurve::MirrorParameters() { return Ops::MirrorParameters(*this); }
 
-QvLong QvBooleanFCurve::ScaleAndOffsetParameters(double from, double to, double anchor, double scale, double offset, QvLong openFrom, QvLong openTo, RegionHandle handle) {
-  return Ops::ScaleAndOffsetParameters(*this, from, to, anchor, scale, offset, openFrom, openTo, handle);
+QvLong QvBooleanFCurve::ScaleAndOffsetParameters(double from, double to, double anchor,
+                                                 double scale, double offset, QvLong openFrom,
+                                                 QvLong openTo, RegionHandle handle) {
+  return Ops::ScaleAndOffsetParameters(*this, from, to, anchor, scale, offset, openFrom, openTo,
+                                       handle);
 }
 
 QvLong QvBooleanFCurve::SetReadOnlyConstraint(QvLong on) {
   return Ops::SetReadOnlyConstraint(*this, on);
 }
 
-QvLong QvBooleanFCurve::IsReadOnly() const {
-  return Ops::IsReadOnly(*this);
-}
+QvLong QvBooleanFCurve::IsReadOnly() const { return Ops::IsReadOnly(*this); }
 
-QvLong QvBooleanFCurve::SetConstraint(double& parameter, KeyConstraint constraint, QvLong on, double tolerance) {
+QvLong QvBooleanFCurve::SetConstraint(double& parameter, KeyConstraint constraint, QvLong on,
+                                      double tolerance) {
   return Ops::SetConstraint(*this, parameter, constraint, on, tolerance);
 }
 
-QvLong QvBooleanFCurve::GetConstraint(double& parameter, KeyConstraint constraint, QvLong& on, double tolerance) const {
+QvLong QvBooleanFCurve::GetConstraint(double& parameter, KeyConstraint constraint, QvLong& on,
+                                      double tolerance) const {
   return Ops::GetConstraint(*this, parameter, constraint, on, tolerance);
 }
 
@@ -262,15 +265,18 @@ QvLong QvBooleanFCurve::IsConstraintSupported(KeyConstraint constraint) const {
   return Ops::IsConstraintSupported(*this, constraint);
 }
 
-QvLong QvBooleanFCurve::AreAnyValuesLockedInInterval(double from, double to, QvLong openFrom, QvLong openTo) const {
+QvLong QvBooleanFCurve::AreAnyValuesLockedInInterval(double from, double to, QvLong openFrom,
+                                                     QvLong openTo) const {
   return Ops::AreAnyValuesLockedInInterval(*this, from, to, openFrom, openTo);
 }
 
-QvLong QvBooleanFCurve::AreAnyParametersLockedInInterval(double from, double to, QvLong openFrom, QvLong openTo) const {
+QvLong QvBooleanFCurve::AreAnyParametersLockedInInterval(double from, double to, QvLong openFrom,
+                                                         QvLong openTo) const {
   return Ops::AreAnyParametersLockedInInterval(*this, from, to, openFrom, openTo);
 }
 
-QvLong QvBooleanFCurve::AreAnyKeysLockedInInterval(double from, double to, QvLong openFrom, QvLong openTo) const {
+QvLong QvBooleanFCurve::AreAnyKeysLockedInInterval(double from, double to, QvLong openFrom,
+                                                   QvLong openTo) const {
   return Ops::AreAnyKeysLockedInInterval(*this, from, to, openFrom, openTo);
 }
 
@@ -286,9 +292,7 @@ double QvBooleanFCurve::FoldParameter(double parameter) const {
   return Ops::FoldParameter(*this, parameter);
 }
 
-QvULong QvBooleanFCurve::GetBufferSize() const {
-  return Ops::GetBufferSize(*this);
-}
+QvULong QvBooleanFCurve::GetBufferSize() const { return Ops::GetBufferSize(*this); }
 
 QvULong QvBooleanFCurve::WriteToBuffer(void* buffer) const {
   return Ops::WriteToBuffer(*this, buffer);
@@ -306,9 +310,7 @@ QvLong QvBooleanFCurve::EvalInverse(double value, double& parameter, QvLong rese
   return Ops::EvalInverse(*this, value, parameter, reserved);
 }
 
-QvLong QvBooleanFCurve::IsBijective() const {
-  return Ops::IsBijective(*this);
-}
+QvLong QvBooleanFCurve::IsBijective() const { return Ops::IsBijective(*this); }
 
 QvLong QvBooleanFCurve::SetDefaultBezierTangentConstraint(QvLong on) {
   return Ops::SetDefaultBezierTangentConstraint(*this, on);
@@ -318,14 +320,8 @@ QvLong QvBooleanFCurve::IsDefautlBezierTangentConstraintOn() const {
   return Ops::IsDefautlBezierTangentConstraintOn(*this);
 }
 
-QvLong QvBooleanFCurve::SetAsTimeFCurve(QvLong on) {
-  return Ops::SetAsTimeFCurve(*this, on);
-}
+QvLong QvBooleanFCurve::SetAsTimeFCurve(QvLong on) { return Ops::SetAsTimeFCurve(*this, on); }
 
-QvLong QvBooleanFCurve::IsTimeFCurve() const {
-  return Ops::IsTimeFCurve(*this);
-}
+QvLong QvBooleanFCurve::IsTimeFCurve() const { return Ops::IsTimeFCurve(*this); }
 
-QvLong QvBooleanFCurve::Set(const QvBaseFCurve& other) {
-  return Ops::Set(*this, other);
-}
+QvLong QvBooleanFCurve::Set(const QvBaseFCurve& other) { return Ops::Set(*this, other); }

@@ -81,8 +81,8 @@ class QvSteppedFCurveImpl {
   // Drops `count` keys from `first` and keeps the step to the left of what remains unchanged.
   void EraseKeys(QvULong first, QvULong count);
 
-  bool AnyFlagInRange(double from, double to, QvLong openFrom, QvLong openTo,
-                      std::uint16_t mask, bool all) const;
+  bool AnyFlagInRange(double from, double to, QvLong openFrom, QvLong openTo, std::uint16_t mask,
+                      bool all) const;
   bool StrictlyRising() const;
   // Walks keys 1 onward with a running maximum and drops any key not above it; after a drop the
   // walk moves on one index, so the key that slid into the hole is not examined in that pass.

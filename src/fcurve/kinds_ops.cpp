@@ -1,7 +1,5 @@
 #include "fcurve/kinds_ops.h"
 
-#include "fcurve/userdata_set.h"
-
 #include <qv/QvTransfo4.h>
 
 #include <algorithm>
@@ -11,6 +9,8 @@
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "fcurve/userdata_set.h"
 
 using qv::internal::kFlagBothLocks;
 using qv::internal::kFlagParameterLocked;
@@ -317,9 +317,8 @@ QvLong QvSteppedFCurveOps<Curve>::MergeInsideCriticalSection(Curve& self, double
 
 template <class Curve>
 QvLong QvSteppedFCurveOps<Curve>::MergeAndCreateKey(Curve& self, double from, double to,
-                                                    double parameter, double value,
-                                                    QvLong openFrom, QvLong openTo,
-                                                    QvLong keepUserData) {
+                                                    double parameter, double value, QvLong openFrom,
+                                                    QvLong openTo, QvLong keepUserData) {
   QvLong v;
   if (!AcceptValue(value, v) || !finite_all({from, to, parameter})) return 0;
   typename Curve::LockGuard guard(self);
@@ -328,10 +327,9 @@ QvLong QvSteppedFCurveOps<Curve>::MergeAndCreateKey(Curve& self, double from, do
 }
 
 template <class Curve>
-QvLong QvSteppedFCurveOps<Curve>::MergeAndCreateNonModifyingKey(Curve& self, double from,
-                                                                double to, double parameter,
-                                                                QvLong openFrom, QvLong openTo,
-                                                                QvLong keepUserData,
+QvLong QvSteppedFCurveOps<Curve>::MergeAndCreateNonModifyingKey(Curve& self, double from, double to,
+                                                                double parameter, QvLong openFrom,
+                                                                QvLong openTo, QvLong keepUserData,
                                                                 QvLong noFold) {
   if (!finite_all({from, to, parameter})) return 0;
   typename Curve::LockGuard guard(self);
@@ -366,8 +364,8 @@ QvLong QvSteppedFCurveOps<Curve>::RemoveKey(Curve& self, double parameter, doubl
 }
 
 template <class Curve>
-QvLong QvSteppedFCurveOps<Curve>::RemoveKeys(Curve& self, double from, double to,
-                                             QvLong openFrom, QvLong openTo) {
+QvLong QvSteppedFCurveOps<Curve>::RemoveKeys(Curve& self, double from, double to, QvLong openFrom,
+                                             QvLong openTo) {
   typename Curve::LockGuard guard(self);
   QvSteppedFCurveImpl& body = *self.m_impl;
   if (body.m_readOnly != 0) return 0;
@@ -430,8 +428,7 @@ QvLong QvSteppedFCurveOps<Curve>::SetValueWhenNoKeys(Curve& self, double value) 
 
 template <class Curve>
 QvLong QvSteppedFCurveOps<Curve>::GetKeyValue(const Curve& self, double parameter,
-                                              Base::KeySide side, double& value,
-                                              double tolerance) {
+                                              Base::KeySide side, double& value, double tolerance) {
   typename Curve::LockGuard guard(self);
   const QvSteppedFCurveImpl& body = *self.m_impl;
   QvULong i;
@@ -562,8 +559,7 @@ QvLong QvSteppedFCurveOps<Curve>::GetKeyParameter(const Curve& self, QvULong ind
 }
 
 template <class Curve>
-QvLong QvSteppedFCurveOps<Curve>::GetKeyIndex(const Curve& self, double parameter,
-                                              QvULong& index) {
+QvLong QvSteppedFCurveOps<Curve>::GetKeyIndex(const Curve& self, double parameter, QvULong& index) {
   typename Curve::LockGuard guard(self);
   QvULong i;
   if (!self.m_impl->FindKeyNear(parameter, 0.0, i)) return 0;
@@ -776,9 +772,8 @@ QvULong QvSteppedFCurveOps<Curve>::GetKeys(const Curve& self, QvDoubleArray& par
 // ---- drawing and sampling ----------------------------------------------------------------------
 
 template <class Curve>
-QvULong QvSteppedFCurveOps<Curve>::Flatten(const Curve& self, const QvTransfo4& transform,
-                                           double, QvPoint2dArray& points, QvPointTagArray& tags,
-                                           QvLong) {
+QvULong QvSteppedFCurveOps<Curve>::Flatten(const Curve& self, const QvTransfo4& transform, double,
+                                           QvPoint2dArray& points, QvPointTagArray& tags, QvLong) {
   typename Curve::LockGuard guard(self);
   const QvSteppedFCurveImpl& body = *self.m_impl;
   const QvULong n = body.NumKeys();
@@ -792,7 +787,8 @@ QvULong QvSteppedFCurveOps<Curve>::Flatten(const Curve& self, const QvTransfo4& 
   const Key& first = body.KeyAt(0);
   emit(first.parameter, body.m_valueBeforeFirstKey, TagFirst);
   // The rise at the first key is drawn as the end of one run and the start of the next.
-  if (!(n == 1 && std::fabs(static_cast<double>(first.value) - body.m_valueBeforeFirstKey) <= 1e-9)) {
+  if (!(n == 1 &&
+        std::fabs(static_cast<double>(first.value) - body.m_valueBeforeFirstKey) <= 1e-9)) {
     emit(first.parameter, body.m_valueBeforeFirstKey, TagLast);
     emit(first.parameter, first.value, TagFirst);
   }
@@ -804,8 +800,7 @@ QvULong QvSteppedFCurveOps<Curve>::Flatten(const Curve& self, const QvTransfo4& 
 }
 
 template <class Curve>
-QvULong QvSteppedFCurveOps<Curve>::FlattenFromTo(const Curve& self,
-                                                 const QvExtent2<double>& extent,
+QvULong QvSteppedFCurveOps<Curve>::FlattenFromTo(const Curve& self, const QvExtent2<double>& extent,
                                                  const QvTransfo4& transform, double,
                                                  QvPoint2dArray& points, QvPointTagArray& tags,
                                                  QvBoolArray& flags, QvLong) {
@@ -926,7 +921,7 @@ QvLong QvSteppedFCurveOps<Curve>::AreAnyParametersLockedInInterval(const Curve& 
                                                                    QvLong openTo) {
   typename Curve::LockGuard guard(self);
   return self.m_impl->AnyFlagInRange(from, to, openFrom, openTo, kFlagParameterLocked, false) ? 1
-                                                                                               : 0;
+                                                                                              : 0;
 }
 
 template <class Curve>
@@ -1232,8 +1227,9 @@ void QvSteppedFCurveOps<Curve>::ReduceCore(Curve& self, QvULong first, QvULong l
                         body.m_keys.begin() + static_cast<std::ptrdiff_t>(first) + 1);
   for (QvULong k = first + 1; k < last; ++k) {
     const Key& key = body.KeyAt(k);
-    const bool differs = std::fabs(static_cast<double>(key.value) -
-                                   static_cast<double>(body.KeyAt(k - 1).value)) > kStepKeyTolerance;
+    const bool differs =
+        std::fabs(static_cast<double>(key.value) - static_cast<double>(body.KeyAt(k - 1).value)) >
+        kStepKeyTolerance;
     if (differs || (key.flags & kFlagBothLocks) != 0) {
       kept.push_back(key);
     } else {
@@ -1265,14 +1261,15 @@ QvLong QvSteppedFCurveOps<Curve>::ReduceNumKeys(Curve& self, double from, double
 }
 
 template <class Curve>
-QvLong QvSteppedFCurveOps<Curve>::ResampleSequence(Curve& self, double from, double to,
-                                                   double step, QvLong keepKeys, QvLong) {
+QvLong QvSteppedFCurveOps<Curve>::ResampleSequence(Curve& self, double from, double to, double step,
+                                                   QvLong keepKeys, QvLong) {
   if (!finite_all({from, to, step})) return 0;
   typename Curve::LockGuard guard(self);
   QvSteppedFCurveImpl& body = *self.m_impl;
   if (body.m_readOnly != 0) return 0;
   if (from > to) std::swap(from, to);
-  if (std::fabs(to - from) > kStepKeyTolerance && (!(step > 0.0) || (to - from) / step > 16777216.0))
+  if (std::fabs(to - from) > kStepKeyTolerance &&
+      (!(step > 0.0) || (to - from) / step > 16777216.0))
     return 0;
   ForRanges(body, from, to, true, [&](double a, double b) {
     if (std::fabs(b - a) <= kStepKeyTolerance) {
@@ -1416,8 +1413,7 @@ QvLong QvSteppedFCurveOps<Curve>::Cut(Curve& self, double from, double to, Base&
   Curve& target = static_cast<Curve&>(out);
   typename Curve::LockGuard second(target);
   QvSteppedFCurveImpl& body = *self.m_impl;
-  if (body.m_readOnly != 0 || target.m_impl->m_readOnly != 0 || !finite_all({from, to}))
-    return 0;
+  if (body.m_readOnly != 0 || target.m_impl->m_readOnly != 0 || !finite_all({from, to})) return 0;
   if (from > to) std::swap(from, to);
   if (body.AnyFlagInRange(from, to, 0, 0, kFlagBothLocks, false)) return 0;
   const Curve saved(self);

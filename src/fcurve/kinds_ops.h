@@ -37,14 +37,14 @@ class QvSteppedFCurveOps {
                                   double value, QvLong openFrom, QvLong openTo,
                                   QvLong keepUserData);
   static QvLong CreateNonModifyingKey(Curve& self, double parameter, QvLong noFold);
-  static QvLong MergeAndCreateNonModifyingKey(Curve& self, double from, double to,
-                                              double parameter, QvLong openFrom, QvLong openTo,
-                                              QvLong keepUserData, QvLong noFold);
+  static QvLong MergeAndCreateNonModifyingKey(Curve& self, double from, double to, double parameter,
+                                              QvLong openFrom, QvLong openTo, QvLong keepUserData,
+                                              QvLong noFold);
   static QvLong RemoveKey(Curve& self, double parameter, double tolerance);
   static QvLong RemoveKeys(Curve& self, double from, double to, QvLong openFrom, QvLong openTo);
   static QvLong SetValueWhenNoKeys(Curve& self, double value);
-  static QvLong GetKeyValue(const Curve& self, double parameter, Base::KeySide side,
-                            double& value, double tolerance);
+  static QvLong GetKeyValue(const Curve& self, double parameter, Base::KeySide side, double& value,
+                            double tolerance);
   static QvLong GetKeyValues(const Curve& self, double parameter, double& left, double& right,
                              double tolerance);
   static QvLong SetKeyValue(Curve& self, double parameter, Base::KeySide side, double value,
@@ -97,8 +97,8 @@ class QvSteppedFCurveOps {
                                QvLong clamp);
   static QvULong GetKeys(const Curve& self, QvDoubleArray& parameters, QvDoubleArray& leftValues,
                          QvDoubleArray& rightValues, QvLong clamp);
-  static QvLong ResampleSequence(Curve& self, double from, double to, double step,
-                                 QvLong keepKeys, QvLong reserved);
+  static QvLong ResampleSequence(Curve& self, double from, double to, double step, QvLong keepKeys,
+                                 QvLong reserved);
   static QvLong SmoothSequence(Curve& self, double from, double to, const double* kernel,
                                QvULong count);
   static QvLong MirrorValues(Curve& self);
@@ -110,8 +110,8 @@ class QvSteppedFCurveOps {
   static QvLong IsReadOnly(const Curve& self);
   static QvLong SetConstraint(Curve& self, double& parameter, Base::KeyConstraint constraint,
                               QvLong on, double tolerance);
-  static QvLong GetConstraint(const Curve& self, double& parameter,
-                              Base::KeyConstraint constraint, QvLong& on, double tolerance);
+  static QvLong GetConstraint(const Curve& self, double& parameter, Base::KeyConstraint constraint,
+                              QvLong& on, double tolerance);
   static QvLong IsConstraintSupported(const Curve& self, Base::KeyConstraint constraint);
   static QvLong AreAnyValuesLockedInInterval(const Curve& self, double from, double to,
                                              QvLong openFrom, QvLong openTo);

@@ -1,7 +1,6 @@
+#include <gtest/gtest.h>
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
@@ -32,8 +31,19 @@ struct Writer {
     return *this;
   }
   Writer& id(std::uint32_t first) {
-    return u32(first).u8(0xCA).u8(0x97).u8(0xD1).u8(0x11).u8(0x93).u8(0x6A).u8(0x00).u8(0xA0)
-        .u8(0x24).u8(0x3E).u8(0x35).u8(0xF0);
+    return u32(first)
+        .u8(0xCA)
+        .u8(0x97)
+        .u8(0xD1)
+        .u8(0x11)
+        .u8(0x93)
+        .u8(0x6A)
+        .u8(0x00)
+        .u8(0xA0)
+        .u8(0x24)
+        .u8(0x3E)
+        .u8(0x35)
+        .u8(0xF0);
   }
   Writer& no_user_data() { return u32(5).u32(256).u8(0); }
   Bytes buffer() const {
@@ -82,7 +92,14 @@ TEST(SteppedCurveBuffer, ExactBytes) {
   EXPECT_EQ(36u + 2 * 11 + 9, sample_boolean().GetBufferSize());
 
   Writer i;
-  i.u32(258).u32(15).id(0x84F21461).u32(static_cast<std::uint32_t>(-70000)).u32(5).u8(1).u8(1).u32(2);
+  i.u32(258)
+      .u32(15)
+      .id(0x84F21461)
+      .u32(static_cast<std::uint32_t>(-70000))
+      .u32(5)
+      .u8(1)
+      .u8(1)
+      .u32(2);
   i.f64(-1.0).u32(static_cast<std::uint32_t>(-70000)).u16(0).f64(3.0).u32(12).u16(2).no_user_data();
   EXPECT_EQ(i.buffer(), write(sample_integer()));
   EXPECT_EQ(42u + 2 * 14 + 9, sample_integer().GetBufferSize());

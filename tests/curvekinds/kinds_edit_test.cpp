@@ -1,7 +1,6 @@
+#include <gtest/gtest.h>
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
-
-#include <gtest/gtest.h>
 
 #include <vector>
 
@@ -38,9 +37,9 @@ TEST(SteppedCurveEdit, KeyValuesAreTestedBeforeAnythingChanges) {
     QvLong boolean;
     QvLong integer;
   } cases[] = {
-      {0.0, 1, 1},          {1.0, 1, 1},           {1.0 + 1e-16, 1, 1},       {0.5, 0, 0},
-      {2.0, 0, 1},          {-3.0, 0, 1},          {2.5, 0, 0},               {3e9, 0, 0},
-      {2147483647.0, 0, 1}, {-2147483648.0, 0, 1}, {-2147483649.0, 0, 0},     {-0.25, 0, 0},
+      {0.0, 1, 1},          {1.0, 1, 1},           {1.0 + 1e-16, 1, 1},   {0.5, 0, 0},
+      {2.0, 0, 1},          {-3.0, 0, 1},          {2.5, 0, 0},           {3e9, 0, 0},
+      {2147483647.0, 0, 1}, {-2147483648.0, 0, 1}, {-2147483649.0, 0, 0}, {-0.25, 0, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.value);
@@ -165,8 +164,10 @@ TEST(SteppedCurveEdit, ReduceKeepsTheFirstOfEachRunAndLockedKeys) {
   ASSERT_EQ(1, c.ReduceNumKeys(0.0, 7.0, 0.5));
   QvDoubleArray params;
   c.GetAllKeyParameters(params);
-  EXPECT_EQ((std::vector<double>{0, 3, 5, 6, 7}), std::vector<double>(params.data, params.data + params.size));
-  for (double x = -1.0; x < 8.0; x += 0.5) EXPECT_EQ(integers({1, 1, 1, 2, 2, 5, 5, 5}, 0).Eval(x, 0), c.Eval(x, 0));
+  EXPECT_EQ((std::vector<double>{0, 3, 5, 6, 7}),
+            std::vector<double>(params.data, params.data + params.size));
+  for (double x = -1.0; x < 8.0; x += 0.5)
+    EXPECT_EQ(integers({1, 1, 1, 2, 2, 5, 5, 5}, 0).Eval(x, 0), c.Eval(x, 0));
 }
 
 TEST(SteppedCurveEdit, IntegerValueArithmetic) {
@@ -214,7 +215,8 @@ TEST(SteppedCurveEdit, IntegerValueArithmetic) {
 TEST(SteppedCurveEdit, MirroredParametersKeepEachStepsValue) {
   QvIntegerFCurve c = integers({1, 2, 3}, 0);
   ASSERT_EQ(1, c.MirrorParameters());
-  for (double x = -0.75; x < 3.0; x += 0.5) EXPECT_EQ(integers({1, 2, 3}, 0).Eval(2.0 - x, 0), c.Eval(x, 0)) << x;
+  for (double x = -0.75; x < 3.0; x += 0.5)
+    EXPECT_EQ(integers({1, 2, 3}, 0).Eval(2.0 - x, 0), c.Eval(x, 0)) << x;
 }
 
 TEST(SteppedCurveEdit, CutAppendAndPaste) {
@@ -261,7 +263,8 @@ TEST(SteppedCurveEdit, MergeReplacesTheRangeByOneKey) {
   ASSERT_EQ(1, c.MergeAndCreateKey(0.5, 2.5, 1.5, 9.0, 0, 0, 0));
   QvDoubleArray params;
   c.GetAllKeyParameters(params);
-  EXPECT_EQ((std::vector<double>{0, 1.5, 3}), std::vector<double>(params.data, params.data + params.size));
+  EXPECT_EQ((std::vector<double>{0, 1.5, 3}),
+            std::vector<double>(params.data, params.data + params.size));
   EXPECT_EQ(9.0, c.Eval(2.0, 0));
   ASSERT_EQ(1, c.MergeAndCreateNonModifyingKey(-1.0, 0.5, 0.25, 0, 0, 0, 1));
   EXPECT_EQ(1.0, c.Eval(0.3, 0));

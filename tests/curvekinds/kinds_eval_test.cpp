@@ -1,8 +1,7 @@
+#include <gtest/gtest.h>
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
 #include <qv/QvTransfo4.h>
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -58,7 +57,8 @@ void check_against_reference(std::mt19937& rng, bool boolean) {
     ASSERT_EQ(1, curve.SetKeyValue(keys.front().t, QvBaseFCurve::KeySideLeft, before, 0.0));
     for (int method : {1, 3, 4}) {
       SCOPED_TRACE(method);
-      ASSERT_EQ(1, curve.SetExtrapolationMethod(static_cast<QvBaseFCurve::ExtrapolationMethod>(method)));
+      ASSERT_EQ(
+          1, curve.SetExtrapolationMethod(static_cast<QvBaseFCurve::ExtrapolationMethod>(method)));
       std::uniform_real_distribution<double> where(keys.front().t - 40.0, keys.back().t + 40.0);
       for (int s = 0; s < 300; ++s) {
         const double x = where(rng);
@@ -105,7 +105,8 @@ TEST(SteppedCurveEval, EmptyAndSingleKeyCurves) {
     QvIntegerFCurve one(0.0);
     ASSERT_EQ(1, one.CreateKey(2.0, 5.0));
     ASSERT_EQ(1, one.SetKeyValue(2.0, QvBaseFCurve::KeySideLeft, -1.0, 0.0));
-    ASSERT_EQ(1, one.SetExtrapolationMethod(static_cast<QvBaseFCurve::ExtrapolationMethod>(method)));
+    ASSERT_EQ(1,
+              one.SetExtrapolationMethod(static_cast<QvBaseFCurve::ExtrapolationMethod>(method)));
     EXPECT_EQ(-1.0, one.Eval(1.0, 0));
     EXPECT_EQ(5.0, one.Eval(2.0, 0));
     EXPECT_EQ(5.0, one.Eval(9.0, 0));
@@ -128,7 +129,8 @@ TEST(SteppedCurveEval, OffsetCycleRepeatsWithoutAccumulating) {
   flag.CreateKey(1.0, 1.0);
   flag.CreateKey(2.0, 1.0);
   ASSERT_EQ(1, flag.SetExtrapolationMethod(QvBaseFCurve::ExtrapolationCycleOffset));
-  for (double t = -10.25; t < 10.0; t += 0.5) EXPECT_EQ(std::fmod(t + 20.0, 2.0) < 1.0 ? 0.0 : 1.0, flag.Eval(t, 0)) << t;
+  for (double t = -10.25; t < 10.0; t += 0.5)
+    EXPECT_EQ(std::fmod(t + 20.0, 2.0) < 1.0 ? 0.0 : 1.0, flag.Eval(t, 0)) << t;
   EXPECT_EQ(0.75, flag.FoldParameter(-1.25));
 }
 
@@ -177,5 +179,6 @@ TEST(SteppedCurveEval, EvalSequenceSamplesTheSteps) {
   QvDoubleArray params;
   QvDoubleArray values;
   ASSERT_EQ(9u, c.EvalSequence(0.0, 2.0, 0.25, 0.0, params, values, 0));
-  for (QvULong i = 0; i < params.size; ++i) EXPECT_EQ(c.Eval(params.data[i], 0), values.data[i]) << i;
+  for (QvULong i = 0; i < params.size; ++i)
+    EXPECT_EQ(c.Eval(params.data[i], 0), values.data[i]) << i;
 }
