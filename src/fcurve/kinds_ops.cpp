@@ -358,7 +358,9 @@ QvLong QvSteppedFCurveOps<Curve>::RemoveKey(Curve& self, double parameter, doubl
   if (body.NumKeys() == 0) return 1;
   QvULong i;
   if (!body.FindKeyNear(parameter, tolerance, i)) return 0;
-  if ((body.KeyAt(i).flags & kFlagBothLocks) != 0) return 0;
+  // Only a locked key (value and parameter both) stays; a key with one lock may go, and the value
+  // before the keys then follows the rules of a removed first key.
+  if ((body.KeyAt(i).flags & kFlagBothLocks) == kFlagBothLocks) return 0;
   EraseWithUserData(self, i, 1);
   return 1;
 }
@@ -375,7 +377,7 @@ QvLong QvSteppedFCurveOps<Curve>::RemoveKeys(Curve& self, double from, double to
     openTo = 0;
   }
   if (from > to) std::swap(from, to);
-  if (body.AnyFlagInRange(from, to, openFrom, openTo, kFlagBothLocks, false)) return 0;
+  if (body.AnyFlagInRange(from, to, openFrom, openTo, kFlagBothLocks, true)) return 0;
   const SteppedSelection sel = body.Select(from, to, openFrom, openTo);
   EraseWithUserData(self, sel.first, sel.count);
   return 1;
@@ -784,17 +786,19 @@ QvULong QvSteppedFCurveOps<Curve>::Flatten(const Curve& self, const QvTransfo4& 
     tags.Add(tag);
     ++added;
   };
+  // Tags are the drawing flags of every curve kind: 0 opens the line, 2 marks the far end of a
+  // jump, 1 is any other point.
   const Key& first = body.KeyAt(0);
   emit(first.parameter, body.m_valueBeforeFirstKey, TagFirst);
-  // The rise at the first key is drawn as the end of one run and the start of the next.
+  // The rise at the first key: its far end, and the key itself opening the steps that follow.
   if (!(n == 1 &&
         std::fabs(static_cast<double>(first.value) - body.m_valueBeforeFirstKey) <= 1e-9)) {
-    emit(first.parameter, body.m_valueBeforeFirstKey, TagLast);
+    emit(first.parameter, first.value, TagLast);
     emit(first.parameter, first.value, TagFirst);
   }
   for (QvULong i = 1; i < n; ++i) {
-    emit(body.KeyAt(i).parameter, body.KeyAt(i - 1).value, TagLast);
-    emit(body.KeyAt(i).parameter, body.KeyAt(i).value, TagFirst);
+    emit(body.KeyAt(i).parameter, body.KeyAt(i - 1).value, TagInner);
+    emit(body.KeyAt(i).parameter, body.KeyAt(i).value, TagLast);
   }
   return added;
 }
@@ -821,7 +825,7 @@ QvULong QvSteppedFCurveOps<Curve>::FlattenFromTo(const Curve& self, const QvExte
   build_steps(body, from, to, poly);
   for (std::size_t i = 0; i < poly.size(); ++i) {
     points.Add(transform.Map(QvPoint2<double>(poly[i].t, poly[i].v)));
-    tags.Add(i == 0 ? TagFirst : TagLast);
+    tags.Add(i == 0 ? TagFirst : (poly[i].jump ? TagLast : TagInner));
     flags.Add(poly[i].jump ? 2 : 0);
   }
   return static_cast<QvULong>(poly.size());

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <random>
 #include <vector>
 
 namespace {
@@ -193,4 +194,32 @@ TEST(SteppedCurveBuffer, LegacyRecordsAndLaterVersions) {
   EXPECT_EQ(9.0, i.Eval(2.0, 0));
   bytes[4] = bytes[5] = bytes[6] = bytes[7] = 0xFF;
   EXPECT_EQ(0u, i.ReadFromBufferBody(bytes.data() + 4));
+}
+
+// Damaged bodies either read whole or leave the curve exactly as it was; none may read past the
+// declared length (the sanitizer build watches for that).
+TEST(SteppedCurveBuffer, DamagedBodiesNeverHalfRead) {
+  QvIntegerFCurve source = sample_integer();
+  const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+  const unsigned char blob[4] = {1, 2, 3, 4};
+  source.SetFCurveUserData(id, blob, 4);
+  const Bytes whole = write(source);
+  std::mt19937 rng(99);
+  std::uniform_int_distribution<std::size_t> at(4, whole.size() - 1);
+  std::uniform_int_distribution<int> byte(0, 255);
+  for (int round = 0; round < 2000; ++round) {
+    SCOPED_TRACE(round);
+    Bytes bad = whole;
+    for (int k = 0; k < 1 + round % 3; ++k) bad[at(rng)] = static_cast<unsigned char>(byte(rng));
+    std::unique_ptr<unsigned char[]> block(new unsigned char[bad.size()]);
+    std::memcpy(block.get(), bad.data(), bad.size());
+    QvIntegerFCurve target(6.0);
+    const Bytes before = write(target);
+    const QvULong read = target.ReadFromBufferBody(block.get() + 4);
+    if (read == 0) {
+      ASSERT_EQ(before, write(target));
+    } else {
+      ASSERT_LE(read, bad.size() - 4);
+    }
+  }
 }

@@ -123,7 +123,6 @@ TEST(SteppedCurveEdit, LocksGuardValuesAndParameters) {
 
   EXPECT_EQ(0, c.CreateKey(1.0, 9.0));
   EXPECT_EQ(0, c.SetKeyValue(2.0, C::KeySideLeft, 9.0, 0.0));
-  EXPECT_EQ(0, c.RemoveKey(1.0, 0.0));
   EXPECT_EQ(1, c.AreAnyValuesLockedInInterval(0.0, 1.0, 0, 0));
   EXPECT_EQ(0, c.AreAnyValuesLockedInInterval(0.0, 1.0, 0, 1));
   EXPECT_EQ(0, c.AreAnyParametersLockedInInterval(0.0, 2.0, 0, 0));
@@ -131,6 +130,8 @@ TEST(SteppedCurveEdit, LocksGuardValuesAndParameters) {
   ASSERT_EQ(1, c.SetConstraint(t, C::KCParameterLocked, 1, 0.0));
   EXPECT_EQ(1, c.AreAnyKeysLockedInInterval(0.0, 2.0, 0, 0));
   EXPECT_EQ(0, c.ShiftParameters(1.0));
+  EXPECT_EQ(0, c.RemoveKey(1.0, 0.0));
+  EXPECT_EQ(0, c.RemoveKeys(0.5, 1.5, 0, 0));
   ASSERT_EQ(1, c.GetConstraint(t, C::KCKeyLocked, on, 0.0));
   EXPECT_EQ(1, on);
   for (C::KeyConstraint k : {C::KCParameterLocked, C::KCValueLocked, C::KCKeyLocked})
@@ -151,6 +152,17 @@ TEST(SteppedCurveEdit, RemovingTheFirstKeyKeepsTheStepsToTheRight) {
   ASSERT_EQ(1, one.RemoveKey(1.0, 0.0));
   EXPECT_EQ(3.0, one.GetMinusInfinityVal());
   EXPECT_EQ(1, one.RemoveKey(1.0, 0.0));  // nothing left to remove is no failure
+  // A value-locked first key that goes leaves its own value arriving at the next key only if that
+  // key's lock allows it.
+  QvIntegerFCurve guarded = integers({10, 20, 30}, 5);
+  double t = 1.0;
+  guarded.SetConstraint(t, C::KCValueLocked, 1, 0.0);
+  ASSERT_EQ(1, guarded.RemoveKey(0.0, 0.0));
+  EXPECT_EQ(5.0, guarded.GetMinusInfinityVal());
+  t = 1.0;
+  guarded.SetConstraint(t, C::KCValueLocked, 0, 0.0);
+  ASSERT_EQ(1, guarded.RemoveKey(1.0, 0.0));
+  EXPECT_EQ(20.0, guarded.GetMinusInfinityVal());
   QvIntegerFCurve range = integers({1, 2, 3, 4}, 0);
   ASSERT_EQ(1, range.RemoveKeys(0.0, 2.0, 0, 1));
   EXPECT_EQ(2.0, range.Eval(1.0, 0));
