@@ -11,6 +11,7 @@
 #include <qv/QvQuat.h>
 #include <qv/QvIsoView.h>
 #include <qv/QvBezierTool.h>
+#include <qv/QvSpline.h>
 #include <qv/QvBaseFCurve.h>
 #include <qv/QvStdFCurve.h>
 #include <qv/QvRawFCurve.h>

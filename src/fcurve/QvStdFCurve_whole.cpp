@@ -3,6 +3,7 @@
 #include "fcurve/QvStdFCurveImpl.h"
 #include "fcurve/edit_ops.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <new>
@@ -266,16 +267,6 @@ QvLong QvStdFCurve::Set(const QvBaseFCurve& other) {
   return 1;
 }
 
-QvLong QvStdFCurve::Cut(double, double, QvBaseFCurve&) { return 0; }
-QvLong QvStdFCurve::ReduceNumKeys(double, double, double) { return 0; }
-QvULong QvStdFCurve::ReduceNumKeys(double) {
-  LockGuard guard(*this);
-  return m_impl->m_numKeys;
-}
-QvLong QvStdFCurve::ScaleAndOffsetParameters(double, double, double, double, double, QvLong,
-                                             QvLong, RegionHandle) {
-  return 0;
-}
 
 namespace {
 
@@ -845,4 +836,290 @@ QvLong QvStdFCurve::Paste(const QvBaseFCurve& source, double from, double to) {
       SetUserDataSet(*set, piece.Key(i).parameter + offset);
   }
   return 1;
+}
+
+namespace {
+
+constexpr std::uint16_t kFlagAnyValueOrParameterLock =
+    qv::internal::kFlagParameterLocked | qv::internal::kFlagValueLocked;
+
+// Holds the handles of key i to their own sides of the key; under the default Bezier constraint
+// they go to a third of the way to their neighbours instead.
+void hold_handles_to_sides(QvStdFCurveImpl& body, QvULong i) {
+  QvStdFCurveKey& key = body.Key(i);
+  const QvULong n = body.m_numKeys;
+  if (body.m_defaultBezierTangent != 0 && i > 0)
+    key.leftHandle.x = key.parameter + (body.Key(i - 1).parameter - key.parameter) / 3.0;
+  else
+    key.leftHandle.x = std::min(key.leftHandle.x, key.parameter);
+  if (body.m_defaultBezierTangent != 0 && i + 1 < n)
+    key.rightHandle.x = key.parameter + (body.Key(i + 1).parameter - key.parameter) / 3.0;
+  else
+    key.rightHandle.x = std::max(key.rightHandle.x, key.parameter);
+}
+
+bool keys_rise(const QvStdFCurveImpl& body) {
+  for (QvULong i = 1; i < body.m_numKeys; ++i)
+    if (!(body.Key(i).parameter > body.Key(i - 1).parameter)) return false;
+  return true;
+}
+
+}  // namespace
+
+// The stretch [from, to] goes into `out`, and the rest of the curve closes over the gap: the key
+// at `from` keeps what arrives from the left and takes the right side of the key at `to`, and
+// everything after moves left by the length of the stretch. When nothing follows the stretch, the
+// key at `from` ends the curve with a constant segment.
+QvLong QvStdFCurve::Cut(double from, double to, QvBaseFCurve& out) {
+  LockGuard target(*this);
+  if (&out == this || out.GetKind() != KindStandard) return 0;
+  QvStdFCurve& piece_out = static_cast<QvStdFCurve&>(out);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to)) return 0;
+  if (from > to) std::swap(from, to);
+  if (to - from <= kKeyTolerance) return 0;
+  if (body.AnyKeyHasFlags(from, to, 0, 0, qv::internal::kFlagParameterLocked) ||
+      body.AnyKeyHasFlags(from, to, 0, 0, kFlagValueLocked))
+    return 0;
+  try {
+    const QvStdFCurve piece(*this, from, to);
+    QvStdFCurveImpl work(body);
+    QvULong a;
+    QvULong b;
+    if (!split_at(work, from, a) || !split_at(work, to, b) || b <= a) return 0;
+    const double gap = to - from;
+    const QvULong n = work.m_numKeys;
+    for (QvULong i = b + 1; i < n; ++i)
+      if (work.Key(i).flags & qv::internal::kFlagParameterLocked) return 0;
+    std::vector<double> removed;
+    for (QvULong i = a + 1; i < b; ++i) removed.push_back(work.Key(i).parameter);
+    QvStdFCurveKey& joint = work.Key(a);
+    if (b + 1 < n) {
+      const QvStdFCurveKey& after = work.Key(b);
+      joint.rightValue = after.rightValue;
+      joint.rightHandle = QvPoint2<double>(after.rightHandle.x - gap, after.rightHandle.y);
+      joint.segmentKind = after.segmentKind;
+    } else {
+      joint.segmentKind = FSConstant;
+    }
+    QvDoubleArray moved_from;
+    QvDoubleArray moved_to;
+    for (QvULong i = b + 1; i < n; ++i) {
+      QvStdFCurveKey& key = work.Key(i);
+      moved_from.Add(key.parameter);
+      key.parameter -= gap;
+      key.leftHandle.x -= gap;
+      key.rightHandle.x -= gap;
+      moved_to.Add(key.parameter);
+    }
+    work.EraseKeys(a + 1, b - a);
+    if (!keys_rise(work)) return 0;
+    hold_handles_to_sides(work, a);
+    if (!work.TangentsContinuous(a))
+      work.Key(a).flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
+    qv::internal::repair_segments(work, a == 0 ? 0 : a - 1, a);
+    if (!work.IsValid()) return 0;
+
+    piece_out = piece;
+    body.Swap(work);
+    for (double p : removed) RemoveKeyUserData(p);
+    // The key at `to` went into the joint; its user data follows unless the joint has its own.
+    if (const CFCUserDataSet* set = GetUserDataSet(to)) {
+      if (GetUserDataSet(from) == nullptr) SetUserDataSet(*set, from);
+      RemoveKeyUserData(to);
+    }
+    MoveKeyUserDataTail(moved_from, moved_to);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+namespace {
+
+// Keys of [first, last] that a run of linear or constant segments can do without: a key goes
+// when it and every key dropped before it lie within `tolerance` of the line from the last key
+// kept to the candidate end of the run (of the level of the last key kept, for constant runs).
+std::vector<QvULong> keys_off_the_line(const QvStdFCurveImpl& body, QvULong first, QvULong last,
+                                       double tolerance) {
+  std::vector<QvULong> drop;
+  const bool constant = body.Key(first).segmentKind == QvBaseFCurve::FSConstant;
+  QvULong kept = first;
+  auto fits = [&](QvULong end) {
+    const QvStdFCurveKey& k0 = body.Key(kept);
+    const QvStdFCurveKey& k1 = body.Key(end);
+    for (QvULong i = kept + 1; i < end; ++i) {
+      const QvStdFCurveKey& k = body.Key(i);
+      const double level =
+          constant ? k0.rightValue
+                   : (k.parameter - k0.parameter) / (k1.parameter - k0.parameter) *
+                             (k1.leftValue - k0.rightValue) +
+                         k0.rightValue;
+      if (std::fabs(k.rightValue - level) > tolerance) return false;
+      if (!constant && std::fabs(k.leftValue - level) > tolerance) return false;
+    }
+    return true;
+  };
+  for (QvULong end = first + 2; end <= last; ++end) {
+    if (fits(end)) continue;
+    for (QvULong i = kept + 1; i + 1 < end; ++i) drop.push_back(i);
+    kept = end - 1;
+  }
+  for (QvULong i = kept + 1; i < last; ++i) drop.push_back(i);
+  return drop;
+}
+
+// Whether key i must stay in any reduction: it is locked, or the curve jumps there.
+bool key_must_stay(const QvStdFCurveImpl& body, QvULong i) {
+  const QvStdFCurveKey& key = body.Key(i);
+  if (key.flags & kFlagAnyValueOrParameterLock) return true;
+  return std::fabs(body.Arrival(i) - key.rightValue) > kKeyTolerance;
+}
+
+// Reduces the keys of one range [from, to] of the work body; false when a step fails.
+bool reduce_range(QvStdFCurveImpl& work, double from, double to, double tolerance,
+                  std::vector<double>& removed) {
+  QvULong a;
+  QvULong b;
+  if (!split_at(work, from, a) || !split_at(work, to, b)) return false;
+  // Runs are found from the back, so that what a run removes does not move the runs before it.
+  QvULong end = b;
+  while (end > a) {
+    QvULong start = end - 1;
+    const unsigned char kind = work.Key(start).segmentKind;
+    while (start > a && work.Key(start - 1).segmentKind == kind && !key_must_stay(work, start))
+      --start;
+    if (end - start >= 2) {
+      if (kind == QvBaseFCurve::FSBezierCubic) {
+        QvPoint2dArray points(end - start + 1);
+        for (QvULong i = start; i <= end; ++i)
+          points.Add(QvPoint2<double>(work.Key(i).parameter, work.Key(i).rightValue));
+        const QvStdFCurve fit(points, QvStdFCurve::DPSplineFit, tolerance, QvBaseFCurve::FSBezierCubic,
+                              QvBaseFCurve::FSBezierCubic);
+        const QvStdFCurveImpl& f = *fit.GetImpl();
+        const QvULong m = f.m_numKeys;
+        // Only a fit with fewer keys that meets both ends replaces the run.
+        if (m >= 2 && m < end - start + 1 &&
+            std::fabs(f.Key(0).parameter - work.Key(start).parameter) <= kKeyTolerance &&
+            std::fabs(f.Key(m - 1).parameter - work.Key(end).parameter) <= kKeyTolerance) {
+          for (QvULong i = start + 1; i < end; ++i) removed.push_back(work.Key(i).parameter);
+          work.EraseKeys(start + 1, end - start - 1);
+          work.InsertKeys(start + 1, m - 2);
+          for (QvULong j = 1; j + 1 < m; ++j) {
+            QvStdFCurveKey& key = work.Key(start + j);
+            key = f.Key(j);
+            key.segmentKind = static_cast<unsigned char>(QvBaseFCurve::FSBezierCubic);
+          }
+          work.Key(start).rightHandle = f.Key(0).rightHandle;
+          work.Key(start + m - 1).leftHandle = f.Key(m - 1).leftHandle;
+          qv::internal::repair_segments(work, start, start + m - 2);
+        }
+      } else {
+        const std::vector<QvULong> drop = keys_off_the_line(work, start, end, tolerance);
+        for (auto it = drop.rbegin(); it != drop.rend(); ++it)
+          qv::internal::remove_keys(work, *it, *it + 1, FS(0), removed);
+      }
+    }
+    end = start;
+  }
+  return true;
+}
+
+}  // namespace
+
+QvLong QvStdFCurve::ReduceNumKeys(double from, double to, double tolerance) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to) || !(tolerance >= 0.0)) return 0;
+  if (from > to) std::swap(from, to);
+  try {
+    ParameterRange ranges[2];
+    const int runs = cycle_ranges(body, from, to, ranges);
+    QvStdFCurveImpl work(body);
+    std::vector<double> removed;
+    for (int run = 0; run < runs; ++run)
+      if (!reduce_range(work, ranges[run].from, ranges[run].to, tolerance, removed)) return 0;
+    if (!work.IsValid()) return 0;
+    body.Swap(work);
+    for (double p : removed) RemoveKeyUserData(p);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+QvULong QvStdFCurve::ReduceNumKeys(double tolerance) {
+  LockGuard guard(*this);
+  const QvStdFCurveImpl& body = *m_impl;
+  if (body.m_numKeys >= 2)
+    ReduceNumKeys(body.Key(0).parameter, body.Key(body.m_numKeys - 1).parameter, tolerance);
+  return m_impl->m_numKeys;
+}
+
+// A stretch of a selection of keys by one edge of its box: the parameters (edges 2 and 4) or the
+// values (edges 1 and 8) of the keys in [from, to] become anchor + (v - anchor) * scale + offset,
+// handles keeping their place relative to their key, scaled alike. The keys must keep their order
+// and the curve must stay valid, or nothing changes.
+QvLong QvStdFCurve::ScaleAndOffsetParameters(double from, double to, double anchor, double scale,
+                                             double offset, QvLong openFrom, QvLong openTo,
+                                             RegionHandle handle) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  const bool parameters = handle == 2 || handle == 4;
+  const bool values = handle == 1 || handle == 8;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0 || !(parameters || values)) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to) || !std::isfinite(anchor) ||
+      !std::isfinite(scale) || !std::isfinite(offset))
+    return 0;
+  if (from > to) std::swap(from, to);
+  const std::uint16_t lock = parameters ? qv::internal::kFlagParameterLocked : kFlagValueLocked;
+  if (body.AnyKeyHasFlags(from, to, openFrom, openTo, lock)) return 0;
+  QvULong first;
+  QvULong end;
+  body.SelectInterval(from, to, openFrom, openTo, first, end);
+  if (first >= end) return 1;
+  try {
+    QvStdFCurveImpl work(body);
+    auto map = [anchor, scale, offset](double v) { return anchor + (v - anchor) * scale + offset; };
+    QvDoubleArray moved_from;
+    QvDoubleArray moved_to;
+    if (parameters) {
+      if (!(scale > 0.0)) return 0;
+      for (QvULong i = first; i < end; ++i) {
+        QvStdFCurveKey& key = work.Key(i);
+        const double p = map(key.parameter);
+        moved_from.Add(key.parameter);
+        moved_to.Add(p);
+        key.leftHandle.x = p + (key.leftHandle.x - key.parameter) * scale;
+        key.rightHandle.x = p + (key.rightHandle.x - key.parameter) * scale;
+        key.parameter = p;
+      }
+      if (!keys_rise(work)) return 0;
+      if (work.m_defaultBezierTangent != 0) {
+        for (QvULong i = first == 0 ? 0 : first - 1; i <= end && i < work.m_numKeys; ++i)
+          hold_handles_to_sides(work, i);
+      }
+    } else {
+      for (QvULong i = first; i < end; ++i) {
+        QvStdFCurveKey& key = work.Key(i);
+        const double l = map(key.leftValue);
+        const double r = map(key.rightValue);
+        key.leftHandle.y = l + (key.leftHandle.y - key.leftValue) * scale;
+        key.rightHandle.y = r + (key.rightHandle.y - key.rightValue) * scale;
+        key.leftValue = l;
+        key.rightValue = r;
+      }
+    }
+    // The segments at the two edges of the selection may have been squeezed.
+    qv::internal::repair_segments(work, first == 0 ? 0 : first - 1, first == 0 ? 0 : first - 1);
+    qv::internal::repair_segments(work, end - 1, end - 1);
+    if (!work.IsValid()) return 0;
+    body.Swap(work);
+    if (parameters) MoveKeyUserDataTail(moved_from, moved_to);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
 }

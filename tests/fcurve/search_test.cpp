@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -69,6 +70,8 @@ TEST(StdFCurveSearch, TolerantLookupTies) {
       {"interval closed at both ends", 3.5, 0.5, true, 3},
       {"before the first key", -0.6, 0.5, false, 0},
       {"after the last key", 3.6, 0.5, false, 0},
+      {"NaN is near nothing", std::nan(""), 1.0, false, 0},
+      {"nor within a NaN tolerance", 1.0, std::nan(""), false, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -156,3 +156,109 @@ TEST(StdFCurveStretch, Paste) {
   EXPECT_EQ(0, locked.Paste(single, 0.0, 1.0));  // a piece of no length cannot fill a gap
   EXPECT_EQ(2u, locked.GetNumKeys());
 }
+
+// A cut takes the stretch out whole and closes the gap: left of the cut nothing changes, right of
+// it the curve reads what stood the stretch's length further on.
+TEST(StdFCurveStretch, CutClosesTheGap) {
+  std::mt19937 rng(79);
+  for (int trial = 0; trial < 8; ++trial) {
+    SCOPED_TRACE(trial);
+    QvStdFCurve curve;
+    fill_random(curve, rng, 7);
+    const QvStdFCurveImpl& body = *curve.GetImpl();
+    const double f = body.Key(0).parameter;
+    const double l = body.Key(6).parameter;
+    const double a = f + (l - f) * 0.25;
+    const double b = f + (l - f) * 0.6;
+    QvStdFCurve cut(curve);
+    QvStdFCurve out;
+    ASSERT_EQ(1, cut.Cut(b, a, out));
+    expect_same_shape(curve, out, a + 1e-9, b - 1e-9);
+    double p = 0.0;
+    ASSERT_EQ(1, out.GetSmallestKeyParameter(p));
+    EXPECT_EQ(a, p);
+    ASSERT_EQ(1, cut.GetLargestKeyParameter(p));
+    EXPECT_NEAR(l - (b - a), p, 1e-12);
+    for (double x = f; x < a; x += (a - f) / 13.0) ASSERT_NEAR(curve.Eval(x, 0), cut.Eval(x, 0), 1e-9);
+    for (double x = a + 1e-6; x <= l - (b - a); x += (l - b) / 17.0)
+      ASSERT_NEAR(curve.Eval(x + (b - a), 0), cut.Eval(x, 0), 1e-9) << x;
+  }
+  // Key user data of the tail moves with its key; the stretch's goes with the piece.
+  const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+  const unsigned char blob[] = {42};
+  QvStdFCurve curve;
+  for (int i = 0; i < 6; ++i) append_key(curve, i, i * i, Base::FSLinear);
+  for (double at : {2.0, 5.0}) ASSERT_EQ(1, curve.SetKeyUserData(at, id, blob, 1, 0.0));
+  QvStdFCurve out;
+  ASSERT_EQ(1, curve.Cut(1.0, 3.0, out));
+  EXPECT_EQ(4u, curve.GetNumKeys());
+  EXPECT_EQ(1.0, curve.EvalLeft(1.0, 0));
+  EXPECT_EQ(9.0, curve.Eval(1.0, 0));
+  EXPECT_EQ(1, curve.HasUserData(3.0));
+  EXPECT_EQ(0, curve.HasUserData(5.0));
+  EXPECT_EQ(1, out.HasUserData(2.0));
+  // Refusals leave both curves alone.
+  curve.GetImpl()->Key(2).flags |= qv::internal::kFlagParameterLocked;
+  EXPECT_EQ(0, curve.Cut(0.5, 1.5, out));   // a parameter lock stands in the tail
+  EXPECT_EQ(0, curve.Cut(1.0, 1.0, out));   // nothing to cut
+  curve.GetImpl()->m_readOnly = 1;
+  EXPECT_EQ(0, curve.Cut(3.5, 4.0, out));
+  EXPECT_EQ(4u, curve.GetNumKeys());
+  EXPECT_EQ(3u, out.GetNumKeys());
+}
+
+TEST(StdFCurveStretch, ReduceKeepsKeysOffTheLine) {
+  QvStdFCurve curve;
+  for (int i = 0; i <= 6; ++i) append_key(curve, i, 2.0 * std::min(i, 4), Base::FSLinear);
+  QvStdFCurve loose(curve);
+  EXPECT_EQ(3u, curve.ReduceNumKeys(0.1));  // the ends and the corner
+  QvDoubleArray keys;
+  curve.GetAllKeyParameters(keys);
+  EXPECT_EQ(4.0, keys[1]);
+  expect_same_shape(loose, curve, 0.0, 6.0);
+  EXPECT_EQ(2u, loose.ReduceNumKeys(3.0));
+  // Within a stretch only; a constant run of one level folds into its first key.
+  QvStdFCurve steps;
+  for (int i = 0; i <= 5; ++i) append_key(steps, i, i < 3 ? 1.0 : 4.0, Base::FSConstant);
+  ASSERT_EQ(1, steps.ReduceNumKeys(0.0, 2.0, 0.0));
+  EXPECT_EQ(5u, steps.GetNumKeys());
+  EXPECT_EQ(1.0, steps.Eval(2.5, 0));
+  EXPECT_EQ(4.0, steps.Eval(3.0, 0));
+  steps.GetImpl()->m_readOnly = 1;
+  EXPECT_EQ(0, steps.ReduceNumKeys(0.0, 5.0, 1.0));
+}
+
+TEST(StdFCurveStretch, ScaleAndOffsetASelection) {
+  auto make = [] {
+    QvStdFCurve curve;
+    for (int i = 0; i <= 3; ++i) append_key(curve, i, 10.0 * i, Base::FSLinear);
+    return curve;
+  };
+  // Keys [1, 2], closed unless `openFrom`, about `anchor`.
+  auto stretch = [](QvStdFCurve& c, double anchor, double scale, double offset, int edge,
+                    QvLong openFrom = 0) {
+    return c.ScaleAndOffsetParameters(1.0, 2.0, anchor, scale, offset, openFrom, 0,
+                                      static_cast<Base::RegionHandle>(edge));
+  };
+  QvStdFCurve curve = make();
+  ASSERT_EQ(1, stretch(curve, 1.0, 1.5, 0.25, 4));
+  QvDoubleArray keys;
+  curve.GetAllKeyParameters(keys);
+  EXPECT_EQ(1.25, keys[1]);
+  EXPECT_EQ(2.75, keys[2]);
+  EXPECT_EQ(20.0, curve.Eval(2.75, 0));
+  QvStdFCurve values = make();
+  ASSERT_EQ(1, stretch(values, 10.0, 2.0, 1.0, 8, 1));
+  EXPECT_EQ(10.0, values.Eval(1.0, 0));  // open at `from`: the key there stays
+  EXPECT_EQ(31.0, values.Eval(2.0, 0));
+  // A key may not pass its neighbour, nor the axis turn over; other edges do nothing; a lock
+  // holds its axis only.
+  QvStdFCurve refused = make();
+  EXPECT_EQ(0, stretch(refused, 1.0, 3.0, 0.0, 4));
+  EXPECT_EQ(0, stretch(refused, 1.0, -1.0, 0.0, 2));
+  EXPECT_EQ(0, stretch(refused, 1.0, 1.0, 0.1, 3));
+  refused.GetImpl()->Key(1).flags |= qv::internal::kFlagParameterLocked;
+  EXPECT_EQ(0, stretch(refused, 1.0, 1.0, 0.1, 2));
+  EXPECT_EQ(1, stretch(refused, 1.0, 2.0, 0.0, 1));
+  EXPECT_EQ(1.0, refused.GetImpl()->Key(1).parameter);
+}
