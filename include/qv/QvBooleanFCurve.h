@@ -113,6 +113,8 @@ class QV_API QvBooleanFCurve : public QvBaseFCurve {
                                           QvLong openTo) const override;
   QvLong AreAnyKeysLockedInInterval(double from, double to, QvLong openFrom,
                                     QvLong openTo) const override;
+  // Accepts 1, 3 and 4. An accepted method leaves the curve's lock held one level deeper than the
+  // call found it, which hosts that count lock levels rely on.
   QvLong SetExtrapolationMethod(ExtrapolationMethod method) override;
   ExtrapolationMethod GetExtrapolationMethod() const override;
   double FoldParameter(double parameter) const override;

@@ -945,8 +945,8 @@ QvLong QvSteppedFCurveOps<Curve>::SetExtrapolationMethod(Curve& self,
       method != Base::ExtrapolationCycleOffset)
     return 0;
   if (body.m_readOnly != 0) return 0;
-  // The boolean kind has always entered its lock once more here than it leaves; hosts that count
-  // lock levels depend on it, so the extra level stays.
+  // The boolean kind enters its lock once more here than it leaves; hosts that count lock levels
+  // rely on that, so the extra level stays.
   if constexpr (kBoolean) self.Lock();
   body.m_extrapolation = static_cast<std::uint8_t>(method);
   return 1;
