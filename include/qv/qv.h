@@ -16,6 +16,8 @@
 #include <qv/QvStdFCurve.h>
 #include <qv/QvRawFCurve.h>
 #include <qv/QvQuatFCurve.h>
+#include <qv/QvBooleanFCurve.h>
+#include <qv/QvIntegerFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
