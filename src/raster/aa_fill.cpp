@@ -162,14 +162,9 @@ class AAScan {
         // are noted with the span and set, where needed, at the flush.
         QvLong& count = m_extentCount[j];
         Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-        std::int64_t reached = std::numeric_limits<std::int64_t>::min();
         m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
           const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
           const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
-          // Spans come sorted and meet at most in one sub-sample, unless
-          // crossings that are not numbers disorder the list.
-          m_overlapped |= left < reached;
-          reached = std::max(reached, right);
           SetEnds(row, shift, left, right, a, b, touched);
           if (b - a <= kShortSpan) {
             const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
@@ -242,11 +237,13 @@ class AAScan {
   void FlushPlain(QvLong py) noexcept {
     Range& touched = m_ranges[0];
     if (touched.first <= touched.last) {
-      // Overlapping spans may have written inside each other's whole words:
-      // then every word is counted, and so cleared.
-      bool aligned = !m_overlapped;
+      // Spans of a list that crossings which are not numbers have disordered
+      // may overlap and write inside each other's whole words: then every
+      // word is counted, and so cleared.
+      const bool ordered = m_walker.Ordered();
+      bool aligned = ordered;
       for (int j = 1; j < S; ++j) aligned &= m_extentCount[j] == m_extentCount[0];
-      const std::size_t full_count = aligned ? AlignedFullWords() : m_overlapped ? 0 : FullWords();
+      const std::size_t full_count = aligned ? AlignedFullWords() : ordered ? FullWords() : 0;
       const Range* full = m_full;
       for (int j = 0; j < S; ++j) {
         const Word bits = static_cast<Word>(Mask<S>::kSubRow << (S * j));
@@ -295,7 +292,6 @@ class AAScan {
       WriteCounted(out, x, touched.last);
     }
     for (QvLong& count : m_extentCount) count = 0;
-    m_overlapped = false;
     touched = Range{m_end, m_first - 1};
   }
 
@@ -469,7 +465,6 @@ class AAScan {
   Range* m_scratch = nullptr;
   std::size_t m_extentCapacity = 0;
   QvLong m_extentCount[S] = {};
-  bool m_overlapped = false;  // some spans of the pixel row overlap
   T m_fullValue = T(0);
   T m_zeroValue = T(0);
 };

@@ -70,6 +70,11 @@ class EdgeWalker {
   void Advance(double lower, double upper) noexcept;
 
   QvLong ActiveCount() const noexcept { return m_active; }
+  // False once an edge has come in whose crossing is not a number or whose
+  // slope is not finite: the list may then be out of order whatever the
+  // sort does, and its spans may overlap. Finite crossings and slopes keep a
+  // total order, infinities included.
+  bool Ordered() const noexcept { return m_ordered; }
   bool Winding() const noexcept { return m_winding; }
 
   // The spans of the current scan line, then every crossing moved on to the
@@ -176,6 +181,7 @@ class EdgeWalker {
   // Some neighbouring pair of active edges is out of order. Removal keeps the
   // order; stepping and an append can break it.
   bool m_inverted = false;
+  bool m_ordered = true;
 };
 
 // Inline: it runs once a scan line, or once a sub-sample row.
