@@ -36,12 +36,12 @@ void build(QvStdFCurve& curve, int n) {
   }
 }
 
-constexpr int kSamples = 4096;
-
+// Four samples or more to a span, as when a host plays an animation frame by frame.
 std::vector<double> parameters(int n, bool rising) {
-  std::vector<double> xs(kSamples);
+  const int samples = std::max(4096, 4 * n);
+  std::vector<double> xs(static_cast<size_t>(samples));
   const double span = n - 1;
-  for (int i = 0; i < kSamples; ++i) xs[static_cast<size_t>(i)] = span * (i + 0.5) / kSamples;
+  for (int i = 0; i < samples; ++i) xs[static_cast<size_t>(i)] = span * (i + 0.5) / samples;
   if (!rising) std::shuffle(xs.begin(), xs.end(), std::mt19937(17));
   return xs;
 }

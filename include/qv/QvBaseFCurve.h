@@ -226,6 +226,8 @@ class QV_API QvBaseFCurve {
   QvLong GetKeyUserData(double& parameter, const _pmbUID& id, const unsigned char*& data,
                         QvULong& size, double tolerance) const;
   QvLong RemoveKeyUserData(double& parameter, const _pmbUID& id, double tolerance);
+  // Drops the whole set of the key at exactly `parameter`; kinds call it as they delete a key.
+  void RemoveKeyUserData(double parameter);
   QvLong CopyKeyUserData(const QvBaseFCurve& source, double from, double to);
 
  protected:
@@ -247,8 +249,7 @@ class QV_API QvBaseFCurve {
     const QvBaseFCurve& m_curve;
   };
 
-  // User data kept with keys as kinds move, scale, merge and delete them. All assume the lock.
-  void RemoveKeyUserData(double parameter);
+  // User data kept with keys as kinds move, scale, merge and delete them.
   const CFCUserDataSet* GetUserDataSet(double parameter) const;
   void SetUserDataSet(const CFCUserDataSet& set, double parameter);
   void RemoveAllKeyUserData();

@@ -26,7 +26,9 @@ class QV_API QvBezierTool {
   // the last control point, whose end points are copied exactly as given. Returns the number of
   // points appended. A degree of 0 or 1 appends the end points only (degree 0 appends its one point
   // twice). A degree above MaxDegreeForThisImplementation, or a null pointer, appends nothing and
-  // returns 0. The control points may lie in out itself.
+  // returns 0. The control points may lie in out itself. However fine the tolerance, one call
+  // walks at most 2^22 steps in all: finer polylines than that resolve nothing a drawing can use,
+  // and a zero, negative or NaN tolerance draws the end points only.
   QvULong Flatten(const QvPoint2<float>* points, QvULong first, QvULong degree, double tolerance,
                   QvPoint2fArray* out, QvLong skipFirst);
   QvULong Flatten(const QvPoint2<double>* points, QvULong first, QvULong degree, double tolerance,
@@ -36,7 +38,7 @@ class QV_API QvBezierTool {
                   QvPoint2fArray* out, QvLong skipFirst);
 
   // degree + 1 below degree 2; otherwise the sample count of the whole curve flattened as a single
-  // forward-differenced leaf. 0 for an unsupported degree or a null pointer.
+  // forward-differenced leaf, up to 2^31 + 1. 0 for an unsupported degree or a null pointer.
   QvULong FlatPolylineSizeUpperBound(const QvPoint2<float>* points, QvULong first, QvULong degree,
                                      double tolerance);
 
@@ -125,7 +127,8 @@ class QV_API QvBezierTool {
 // Caps a leaf at 2^10 steps, so that one leaf never gives more than 1023 inner points.
 QV_API QvULong QvBezierTool_FlattenCubic2d(const QvPoint2<double>* points, double tolerance,
                                            QvPoint2dArray* out, QvLong skipFirst);
-// Works in double and rounds only the points it writes; no cap on the leaf.
+// Works in double and rounds only the points it writes. Neither this form nor the 3D one caps its
+// leaves; only the step budget of a call, as for QvBezierTool::Flatten, bounds them.
 QV_API QvULong QvBezierTool_FlattenCubic2f(const QvPoint2<float>* points, double tolerance,
                                            QvPoint2fArray* out, QvLong skipFirst);
 QV_API QvULong QvBezierTool_FlattenCubic3d(const QvPoint3<double>* points, double tolerance,

@@ -81,7 +81,8 @@ class QV_API QvPath2f : public QvShape2f {
     PointDeg8Close = 46
   };
 
-  explicit QvPath2f(QvULong capacity = 1);
+  QvPath2f();  // a capacity of 1
+  explicit QvPath2f(QvULong capacity);
   QvPath2f(const QvPath2f& other);
   QvPath2f(const QvPath2f& source, QvULong first, QvULong last);
   explicit QvPath2f(const QvRect2f& rect);

@@ -11,8 +11,10 @@
 #include <qv/QvQuat.h>
 #include <qv/QvIsoView.h>
 #include <qv/QvBezierTool.h>
+#include <qv/QvSpline.h>
 #include <qv/QvBaseFCurve.h>
 #include <qv/QvStdFCurve.h>
+#include <qv/QvRawFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>

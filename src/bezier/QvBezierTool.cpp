@@ -98,7 +98,7 @@ QvULong QvBezierTool::FlatPolylineSizeUpperBound(const QvPoint2<float>* points, 
   if (degree < 2) return degree + 1;
   m_degree = degree;
   m_tolerance = tolerance;
-  m_maxLog2Steps = qv::internal::kLog2StepBudget;
+  m_maxLog2Steps = qv::internal::kMaxCountableLog2Steps;
   QvPoint2<double> block[kMaxBezierDegree + 1];
   for (QvULong i = 0; i <= degree; ++i) block[i] = points[first + i].ToDouble();
   ContextInitOne(block);

@@ -54,9 +54,10 @@ QvULong subdivision_depth(double ratio) {
 }
 
 QvULong leaf_log2_steps(double v, QvULong max_log2) {
-  if (!(v >= 0.5) || std::isinf(v)) return 0;  // also rounds to w = 0
+  if (!(v > 0.0) || std::isinf(v)) return 0;
   QvULong k = 0;
   if (v < 2147483647.0) {
+    // The rounding is that of v + 0.5 itself: the double just below 0.5 rounds up to w = 1.
     for (QvULong w = static_cast<QvULong>(v + 0.5); w != 0 && k < max_log2; w >>= 2) ++k;
   } else {
     for (double rest = v; rest > 1.0 && k < max_log2; rest *= 0.25) ++k;

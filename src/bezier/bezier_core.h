@@ -21,6 +21,10 @@ constexpr QvULong kPairs[kMaxBezierDegree + 1] = {0, 0, 1, 3, 6, 10, 15, 21, 28}
 // beyond what double precision can resolve, and a zero or denormal tolerance must not run away.
 constexpr QvULong kLog2StepBudget = 22;
 
+// The largest k whose sample count 2^k + 1 still fits a 32-bit count: the ceiling of a leaf that is
+// only counted, never walked.
+constexpr QvULong kMaxCountableLog2Steps = 31;
+
 // T[n][j][i] = C(n, j) i! S(j, i), S the Stirling numbers of the second kind: turns the Bezier
 // differences at t = 0 into forward differences of one step.
 QvULong conversion_table(QvULong n, QvULong j, QvULong i);

@@ -2,10 +2,11 @@
 
 #include "fcurve/userdata_store.h"
 
-#if __has_include(<qv/QvStdFCurve.h>)
+#include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
-#define QV_HAVE_STD_FCURVE 1
-#endif
+
+// The other kinds join the factory as their classes are added to the library; until then a body
+// of such a kind reads as one of an unknown kind.
 #if __has_include(<qv/QvBooleanFCurve.h>)
 #include <qv/QvBooleanFCurve.h>
 #define QV_HAVE_BOOLEAN_FCURVE 1
@@ -13,10 +14,6 @@
 #if __has_include(<qv/QvIntegerFCurve.h>)
 #include <qv/QvIntegerFCurve.h>
 #define QV_HAVE_INTEGER_FCURVE 1
-#endif
-#if __has_include(<qv/QvRawFCurve.h>)
-#include <qv/QvRawFCurve.h>
-#define QV_HAVE_RAW_FCURVE 1
 #endif
 #if __has_include(<qv/QvQuatFCurve.h>)
 #include <qv/QvQuatFCurve.h>
@@ -81,10 +78,8 @@ QvULong body_length(const void* body) {
 
 QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
   switch (kind) {
-#ifdef QV_HAVE_STD_FCURVE
     case QvBaseFCurve::KindStandard:
       return new QvStdFCurve(0.0, QvBaseFCurve::FSBezierCubic);
-#endif
 #ifdef QV_HAVE_BOOLEAN_FCURVE
     case QvBaseFCurve::KindBoolean:
       return new QvBooleanFCurve(1.0);
@@ -93,10 +88,8 @@ QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
     case QvBaseFCurve::KindInteger:
       return new QvIntegerFCurve(0.0);
 #endif
-#ifdef QV_HAVE_RAW_FCURVE
     case QvBaseFCurve::KindRaw:
       return new QvRawFCurve(0.0);
-#endif
 #ifdef QV_HAVE_QUAT_FCURVE
     case QvBaseFCurve::KindQuat:
       return new QvQuatFCurve(QvULong{0});

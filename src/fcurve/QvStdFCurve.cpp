@@ -12,6 +12,11 @@ bool is_key_side(QvBaseFCurve::KeySide side) {
   return side == QvBaseFCurve::KeySideLeft || side == QvBaseFCurve::KeySideRight;
 }
 
+// One of the fourteen constraint values, not an OR of several.
+bool is_single_constraint(QvLong c) {
+  return c > 0 && c <= QvBaseFCurve::KCTangentLinearAlternate && (c & (c - 1)) == 0;
+}
+
 QvBaseFCurve::FSKind as_kind(unsigned char kind) {
   return static_cast<QvBaseFCurve::FSKind>(kind);
 }
@@ -395,9 +400,8 @@ QvLong QvStdFCurve::GetConstraint(double& parameter, KeyConstraint constraint, Q
 QvLong QvStdFCurve::GetConstraintAtIndex(QvULong index, KeyConstraint constraint) const {
   LockGuard guard(*this);
   if (index >= m_impl->m_numKeys) return 0;
-  const QvLong c = constraint;
-  if (c <= 0 || (c & (c - 1)) != 0) return 0;
-  const std::uint16_t bits = qv::internal::constraint_flag_bits(c);
+  if (!is_single_constraint(constraint)) return 0;
+  const std::uint16_t bits = qv::internal::constraint_flag_bits(constraint);
   if (bits == 0) return 0;
   return (m_impl->Key(index).flags & bits) == bits ? 1 : 0;
 }

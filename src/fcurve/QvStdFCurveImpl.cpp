@@ -308,9 +308,11 @@ QvStdFCurveImpl::KeyPosition QvStdFCurveImpl::FindKey(double x) const {
   return {low + 1, false};
 }
 
+// A NaN parameter or tolerance has no key within it; without this test the search, which treats
+// NaN as equal to any key, would hand one out.
 bool QvStdFCurveImpl::FindKeyNear(double x, double tolerance, QvULong& index) const {
   const QvULong n = m_numKeys;
-  if (n == 0) return false;
+  if (n == 0 || std::isnan(x) || std::isnan(tolerance)) return false;
   const KeyPosition found = FindKey(x - tolerance);
   const QvULong first = found.exact ? found.position - 1 : found.position;
   if (first == n) return false;

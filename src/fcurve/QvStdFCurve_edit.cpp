@@ -3,6 +3,7 @@
 #include "fcurve/QvStdFCurveImpl.h"
 #include "fcurve/edit_ops.h"
 #include "fcurve/userdata_set.h"
+#include "fcurve/userdata_store.h"
 
 #include <cmath>
 #include <memory>
@@ -63,16 +64,6 @@ void set_flags(QvStdFCurveKey& key, std::uint16_t bits) {
   key.flags = static_cast<std::uint16_t>(key.flags | bits);
 }
 
-// Both evaluated handles become the stored ones and the computed-tangent constraints go, so that
-// the handles can be edited without the shape jumping.
-void freeze_both(QvStdFCurveImpl& body, QvULong i) {
-  const Point2d left = body.EvaluatedLeftHandle(i);
-  const Point2d right = body.EvaluatedRightHandle(i);
-  qv::internal::store_left_handle(body, i, left);
-  qv::internal::store_right_handle(body, i, right);
-  clear_flags(body.Key(i), qv::internal::constraint_flag_bits(kComputedTangents));
-}
-
 // Length of a tangent with its value axis scaled, so that lengths compare as the host sees them.
 double scaled_length(const Point2d& v, double scale) {
   const double y = v.y * scale;
@@ -98,6 +89,37 @@ void freeze_right_reach(QvStdFCurveImpl& body, QvULong i) {
   const std::uint16_t automatic = kFlagTangentAutomatic;
   if ((body.Key(i).flags & automatic) && (body.Key(i - 1).flags & automatic))
     qv::internal::store_right_handle(body, i - 1, body.EvaluatedRightHandle(i - 1));
+}
+
+// Keys [first, last] store their evaluated handles, keep continuity only where it still holds
+// and lose the computed-tangent constraints of `constraint`. With `left` the first key stores
+// only its right handle, with `right` the last key only its left one: the handles inside the
+// interval.
+void freeze_keys(QvStdFCurveImpl& body, QvULong first, QvULong last, QvLong left, QvLong right,
+                 QvLong constraint) {
+  const std::uint16_t cleared =
+      qv::internal::constraint_flag_bits(constraint & kFreezableConstraints);
+  // Evaluated handles read the flags of the neighbours, so all are read before any is stored.
+  std::vector<Point2d> lefts(last - first + 1);
+  std::vector<Point2d> rights(last - first + 1);
+  for (QvULong i = first; i <= last; ++i) {
+    lefts[i - first] = body.EvaluatedLeftHandle(i);
+    rights[i - first] = body.EvaluatedRightHandle(i);
+  }
+  if (first >= 1 && (cleared & kFlagTangentAutomatic)) freeze_right_reach(body, first);
+  for (QvULong i = first; i <= last; ++i) {
+    const bool do_left = !(i == first && left != 0) || (i == last && right != 0);
+    const bool do_right = !(i == last && right != 0) || (i == first && left != 0);
+    if (do_left) qv::internal::store_left_handle(body, i, lefts[i - first]);
+    if (do_right) qv::internal::store_right_handle(body, i, rights[i - first]);
+  }
+  for (QvULong i = first; i <= last; ++i) {
+    QvStdFCurveKey& key = body.Key(i);
+    if ((key.flags & kFlagTangentContinuity) && !qv::internal::tangents_continuous(body, i))
+      clear_flags(key, kFlagTangentContinuity);
+    clear_flags(key, cleared);
+  }
+  qv::internal::repair_segments(body, first == 0 ? 0 : first - 1, last);
 }
 
 }  // namespace
@@ -152,7 +174,8 @@ QvLong QvStdFCurve::MergeAndCreateKey(double from, double to, double parameter, 
 
   body.Swap(scratch);
   if (everything) {
-    RemoveAllKeyUserData();
+    qv::internal::destroy_user_data_store(m_userData);
+    m_userData = nullptr;
   } else {
     for (double p : removed) RemoveKeyUserData(p);
   }
@@ -167,42 +190,35 @@ QvLong QvStdFCurve::MergeAndCreateKey(double from, double to, double parameter, 
 QvLong QvStdFCurve::CreateNonModifyingKey(double parameter, QvLong noFold) {
   LockGuard guard(*this);
   QvStdFCurveImpl& body = *m_impl;
-  if (body.m_readOnly != 0) return 0;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
   if (!std::isfinite(parameter)) return 0;
   if (noFold == 0) parameter = body.Fold(parameter);
   const QvULong n = body.m_numKeys;
   QvStdFCurveImpl scratch(body);
-  if (n != 0) {
-    // The automatic handles of the keys on both sides would follow the new neighbour; storing
-    // them as they evaluate now keeps the shape.
-    const QvStdFCurveImpl::KeyPosition found = scratch.FindKey(parameter);
-    const QvULong hi = found.exact ? found.position - 1 : found.position;
-    QvULong keys[2];
-    QvULong count = 0;
-    if (hi >= 1) keys[count++] = hi - 1;
-    if (hi < n) keys[count++] = hi;
-    Point2d lefts[2];
-    Point2d rights[2];
-    for (QvULong k = 0; k < count; ++k) {
-      lefts[k] = scratch.EvaluatedLeftHandle(keys[k]);
-      rights[k] = scratch.EvaluatedRightHandle(keys[k]);
-    }
-    // The key before reaches one third of the way only while its neighbour is automatic too.
-    if (keys[0] >= 1) freeze_right_reach(scratch, keys[0]);
-    for (QvULong k = 0; k < count; ++k) {
-      if (!(scratch.Key(keys[k]).flags & kFlagTangentAutomatic)) continue;
-      qv::internal::store_left_handle(scratch, keys[k], lefts[k]);
-      qv::internal::store_right_handle(scratch, keys[k], rights[k]);
-    }
-    for (QvULong k = 0; k < count; ++k) clear_flags(scratch.Key(keys[k]), kFlagTangentAutomatic);
-    // A key already there keeps its values: setting both sides to the value on the right would
-    // remove a jump.
-    if (found.exact) {
-      qv::internal::repair_segments(scratch, keys[0] == 0 ? 0 : keys[0] - 1, keys[count - 1]);
-      body.Swap(scratch);
-      return 1;
-    }
+  // The automatic handles of the keys on both sides would follow the new neighbour; storing
+  // them as they evaluate now keeps the shape.
+  const QvStdFCurveImpl::KeyPosition found = scratch.FindKey(parameter);
+  const QvULong hi = found.exact ? found.position - 1 : found.position;
+  QvULong keys[2] = {0, 0};
+  QvULong count = 0;
+  if (hi >= 1) keys[count++] = hi - 1;
+  if (hi < n) keys[count++] = hi;
+  Point2d lefts[2];
+  Point2d rights[2];
+  for (QvULong k = 0; k < count; ++k) {
+    lefts[k] = scratch.EvaluatedLeftHandle(keys[k]);
+    rights[k] = scratch.EvaluatedRightHandle(keys[k]);
   }
+  // The key before reaches one third of the way only while its neighbour is automatic too.
+  if (keys[0] >= 1) freeze_right_reach(scratch, keys[0]);
+  for (QvULong k = 0; k < count; ++k) {
+    if (!(scratch.Key(keys[k]).flags & kFlagTangentAutomatic)) continue;
+    qv::internal::store_left_handle(scratch, keys[k], lefts[k]);
+    qv::internal::store_right_handle(scratch, keys[k], rights[k]);
+  }
+  for (QvULong k = 0; k < count; ++k) clear_flags(scratch.Key(keys[k]), kFlagTangentAutomatic);
+  // On a key already there this sets both sides to the value that the curve has at it, which
+  // is the one on the right.
   const double value = scratch.EvalCore(scratch.SnapToKey(parameter));
   if (!qv::internal::create_key(scratch, parameter, value, static_cast<FSKind>(0),
                                 static_cast<FSKind>(0)))
@@ -243,15 +259,17 @@ QvLong QvStdFCurve::RemoveKey(double parameter, FSKind kind, double tolerance) {
     return 0;
   QvULong i;
   if (!find_key(body, parameter, tolerance, i)) return 0;
-  if (body.Key(i).flags & (kFlagParameterLocked | kFlagValueLocked)) return 0;
   const bool only = body.m_numKeys == 1;
   std::vector<double> removed;
   removed.reserve(1);
   qv::internal::remove_keys(body, i, i + 1, kind, removed);
-  if (only)
-    RemoveAllKeyUserData();
-  else
+  if (only) {
+    // A curve left without keys keeps no user data at all, its own blobs included.
+    qv::internal::destroy_user_data_store(m_userData);
+    m_userData = nullptr;
+  } else {
     RemoveKeyUserData(removed[0]);
+  }
   return 1;
 }
 
@@ -277,7 +295,8 @@ QvLong QvStdFCurve::RemoveKeys(double from, double to, FSKind kind, QvLong openF
   removed.reserve(end - first);
   qv::internal::remove_keys(body, first, end, kind, removed);
   if (everything) {
-    RemoveAllKeyUserData();
+    qv::internal::destroy_user_data_store(m_userData);
+    m_userData = nullptr;
   } else {
     for (double p : removed) RemoveKeyUserData(p);
   }
@@ -435,8 +454,6 @@ QvLong QvStdFCurve::AppendBezierCubicSegment(const QvPoint2<double>& rightHandle
   body.Key(n - 1).segmentKind = FSBezierCubic;
   if (qv::internal::tangents_continuous(body, n - 1))
     set_flags(body.Key(n - 1), kFlagTangentContinuity);
-  else
-    clear_flags(body.Key(n - 1), kFlagTangentContinuity);
   qv::internal::repair_segments(body, n - 1, n - 1);
   return 1;
 }
@@ -454,7 +471,6 @@ QvLong QvStdFCurve::SetKeyTgtHandle(double parameter, KeySide side,
   QvULong i;
   if (!find_key(body, parameter, tolerance, i)) return 0;
   const QvStdFCurveKey& key = body.Key(i);
-  if (key.flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   if (side == KeySideRight) {
     const Point2d wanted(key.parameter + tangent.x, key.rightValue + tangent.y);
     const Point2d stored = qv::internal::right_handle_to_store(body, i, wanted);
@@ -485,7 +501,6 @@ QvLong QvStdFCurve::SetKeyTgtHandles(double parameter, const QvPoint2<double>& l
   QvULong i;
   if (!find_key(body, parameter, tolerance, i)) return 0;
   const QvStdFCurveKey& key = body.Key(i);
-  if (key.flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   Point2d stored_left;
   Point2d stored_right;
   if (!qv::internal::fit_left_handle(
@@ -525,8 +540,9 @@ QvLong QvStdFCurve::UnlockTangentContinuity(double& parameter, double tolerance)
   return 1;
 }
 
-// The handle on `side` stays and the other turns to meet it, keeping its own length; a handle
-// that would leave its segment invalid is shortened, as a drag of that handle would.
+// What a drag of the handle on `side` onto itself does with continuity on: the key's handles are
+// frozen as they evaluate, the handle on `side` stays and the other turns to meet it, keeping its
+// own length and shortened where it would leave its segment invalid.
 QvLong QvStdFCurve::UnifyAndLockTangentContinuity(double& parameter, KeySide side,
                                                   double tolerance) {
   LockGuard guard(*this);
@@ -537,12 +553,12 @@ QvLong QvStdFCurve::UnifyAndLockTangentContinuity(double& parameter, KeySide sid
   if (body.Key(i).flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   if (interior_between_cubics(body, i) && !qv::internal::tangents_continuous(body, i)) {
     QvStdFCurveImpl scratch(body);
-    freeze_both(scratch, i);
-    if (side == KeySideLeft)
-      qv::internal::align_right_to_left(scratch, i);
-    else
-      qv::internal::align_left_to_right(scratch, i);
+    freeze_keys(scratch, i, i, 0, 0, kComputedTangents);
     set_flags(scratch.Key(i), kFlagTangentContinuity);
+    if (side == KeySideLeft)
+      qv::internal::propagate_left(scratch, i);
+    else
+      qv::internal::propagate_right(scratch, i);
     body.Swap(scratch);
   } else {
     set_flags(body.Key(i), kFlagTangentContinuity);
@@ -579,9 +595,10 @@ QvLong QvStdFCurve::UnlockTangentLengthContinuity(double& parameter, double tole
   return 1;
 }
 
-// The tangent that is not on `side` takes the scaled length of the one that is. If that length
-// would leave its segment invalid the call refuses, since a shorter handle would break the lock
-// that it is asked to set.
+// The tangent that is not on `side` takes the scaled length of the one that is, and the lock then
+// follows the rule of LockTangentLengthContinuity. If that length would leave its segment invalid
+// the call refuses, since a shorter handle would break the lock that it is asked to set; a
+// tangent of no length has no direction to lengthen along and stays as it is.
 QvLong QvStdFCurve::UnifyAndLockTangentLengthContinuity(double& parameter, KeySide side,
                                                         double tolerance, double scale) {
   LockGuard guard(*this);
@@ -591,7 +608,7 @@ QvLong QvStdFCurve::UnifyAndLockTangentLengthContinuity(double& parameter, KeySi
   if (!find_key(body, parameter, tolerance, i)) return 0;
   if (body.Key(i).flags & (kFlagTangentLengthLocked | kFlagTangentDirectionLocked)) return 0;
   QvStdFCurveImpl scratch(body);
-  freeze_both(scratch, i);
+  freeze_keys(scratch, i, i, 0, 0, kComputedTangents);
   const QvStdFCurveKey& key = scratch.Key(i);
   const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
   const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
@@ -615,8 +632,11 @@ QvLong QvStdFCurve::UnifyAndLockTangentLengthContinuity(double& parameter, KeySi
         return 0;
       scratch.Key(i).leftHandle = stored;
     }
-  } else if (!(own > 0.0) && target > 0.0) {
-    return 0;  // a tangent of no length has no direction to lengthen along
+  }
+  if (interior_between_cubics(scratch, i)) {
+    const double a = scaled_length(left_tangent(scratch, i), scale);
+    const double b = scaled_length(right_tangent(scratch, i), scale);
+    if (!(std::fabs(a - b) <= 1e-7)) return 0;
   }
   set_flags(scratch.Key(i), kFlagTangentLengthContinuity);
   body.Swap(scratch);
@@ -652,12 +672,12 @@ QvLong QvStdFCurve::SetConstraintAtIndex(QvULong index, KeyConstraint constraint
   return 1;
 }
 
-// Every handle of every key, the outer ones of the end keys included, so that afterwards each
-// stored handle is the one that evaluation uses.
+// The end keys store only their inner handles; the outer ones, which linear extrapolation reads
+// as they are stored, stay.
 QvLong QvStdFCurve::FreezeAllTangents(KeyConstraint constraint) {
   LockGuard guard(*this);
   if (m_impl->m_readOnly != 0 || m_impl->m_numKeys == 0) return 0;
-  return FreezeTangentsInInterval(QvULong{0}, m_impl->m_numKeys - 1, 0, 0, constraint);
+  return FreezeTangentsInInterval(QvULong{0}, m_impl->m_numKeys - 1, 1, 1, constraint);
 }
 
 QvLong QvStdFCurve::FreezeTangentsInInterval(double from, double to, QvLong left, QvLong right,
@@ -680,8 +700,6 @@ QvLong QvStdFCurve::FreezeTangentsInInterval(double from, double to, QvLong left
   return FreezeTangentsInInterval(nearest(from), nearest(to), left, right, constraint);
 }
 
-// `left` and `right` say that the interval's end keys take only their inner handle; an end whose
-// flag is 0 is frozen on both sides like the keys between.
 QvLong QvStdFCurve::FreezeTangentsInInterval(QvULong first, QvULong last, QvLong left,
                                              QvLong right, KeyConstraint constraint) {
   LockGuard guard(*this);
@@ -689,29 +707,7 @@ QvLong QvStdFCurve::FreezeTangentsInInterval(QvULong first, QvULong last, QvLong
   const QvULong n = body.m_numKeys;
   if (body.m_readOnly != 0 || n == 0) return 0;
   if (first > last || last >= n) return 0;
-  const std::uint16_t cleared =
-      qv::internal::constraint_flag_bits(constraint & kFreezableConstraints);
-  // Evaluated handles read the flags of the neighbours, so all are read before any is stored.
-  std::vector<Point2d> lefts(last - first + 1);
-  std::vector<Point2d> rights(last - first + 1);
-  for (QvULong i = first; i <= last; ++i) {
-    lefts[i - first] = body.EvaluatedLeftHandle(i);
-    rights[i - first] = body.EvaluatedRightHandle(i);
-  }
-  if (first >= 1 && (cleared & kFlagTangentAutomatic)) freeze_right_reach(body, first);
-  for (QvULong i = first; i <= last; ++i) {
-    const bool do_left = !(i == first && left != 0) || (i == last && right != 0);
-    const bool do_right = !(i == last && right != 0) || (i == first && left != 0);
-    if (do_left) qv::internal::store_left_handle(body, i, lefts[i - first]);
-    if (do_right) qv::internal::store_right_handle(body, i, rights[i - first]);
-  }
-  for (QvULong i = first; i <= last; ++i) {
-    QvStdFCurveKey& key = body.Key(i);
-    if ((key.flags & kFlagTangentContinuity) && !qv::internal::tangents_continuous(body, i))
-      clear_flags(key, kFlagTangentContinuity);
-    clear_flags(key, cleared);
-  }
-  qv::internal::repair_segments(body, first == 0 ? 0 : first - 1, last);
+  freeze_keys(body, first, last, left, right, constraint);
   return 1;
 }
 
@@ -727,8 +723,8 @@ QvLong QvStdFCurve::SetSegmentKind(double parameter, KeySide side, FSKind kind, 
 QvLong QvStdFCurve::SetSegmentKindAtIndex(QvULong index, KeySide side, FSKind kind) {
   LockGuard guard(*this);
   QvStdFCurveImpl& body = *m_impl;
-  if (body.m_readOnly != 0 || index >= body.m_numKeys) return 0;
-  if (!is_side(side) || !is_kind(kind)) return 0;
+  if (body.m_readOnly != 0 || index >= body.m_numKeys || !is_kind(kind)) return 0;
+  // Any side but the left one names the segment that leaves the key.
   if (side == KeySideLeft) {
     if (index == 0) {
       body.m_firstSegmentKind = kind;
@@ -745,20 +741,14 @@ QvLong QvStdFCurve::SetSegmentKindAtIndex(QvULong index, KeySide side, FSKind ki
   return 1;
 }
 
-// Before the first key, or on an empty curve, the segment at x is the region before the keys.
+// The key at or before x names the segment; before the first key there is none to find.
 QvLong QvStdFCurve::SetSegmentKindAtParameter(double parameter, FSKind kind) {
   LockGuard guard(*this);
   QvStdFCurveImpl& body = *m_impl;
-  if (body.m_readOnly != 0 || !is_kind(kind) || std::isnan(parameter)) return 0;
-  if (body.m_numKeys == 0) {
-    body.m_firstSegmentKind = kind;
-    return 1;
-  }
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!is_kind(kind) || std::isnan(parameter)) return 0;
   const QvStdFCurveImpl::KeyPosition found = body.FindKey(parameter);
-  if (found.position == 0) {
-    body.m_firstSegmentKind = kind;
-    return 1;
-  }
+  if (found.position == 0) return 0;
   return SetSegmentKindAtIndex(found.position - 1, KeySideRight, kind);
 }
 

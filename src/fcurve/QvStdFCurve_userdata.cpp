@@ -381,14 +381,17 @@ QvLong QvBaseFCurve::CopyKeyUserData(const QvBaseFCurve& source, double from, do
 }
 
 void QvBaseFCurve::RemoveKeyUserData(double parameter) {
+  LockGuard guard(*this);
   if (m_userData != nullptr) m_userData->keyData.erase(parameter);
 }
 
 const CFCUserDataSet* QvBaseFCurve::GetUserDataSet(double parameter) const {
+  LockGuard guard(*this);
   return m_userData != nullptr ? m_userData->KeySet(parameter) : nullptr;
 }
 
 void QvBaseFCurve::SetUserDataSet(const CFCUserDataSet& set, double parameter) {
+  LockGuard guard(*this);
   if (m_userData == nullptr) {
     if (set.empty()) return;
     m_userData = new QvFCurveUserDataStore;
@@ -397,20 +400,24 @@ void QvBaseFCurve::SetUserDataSet(const CFCUserDataSet& set, double parameter) {
 }
 
 void QvBaseFCurve::RemoveAllKeyUserData() {
+  LockGuard guard(*this);
   if (m_userData != nullptr) m_userData->keyData.clear();
 }
 
 void QvBaseFCurve::TranslateAllKeyUserData(double offset) {
+  LockGuard guard(*this);
   if (m_userData != nullptr) m_userData->Rekey([offset](double p) { return p + offset; });
 }
 
 void QvBaseFCurve::ScaleAllKeyUserData(double scale) {
+  LockGuard guard(*this);
   if (m_userData != nullptr) m_userData->Rekey([scale](double p) { return p * scale; });
 }
 
 // All sets are taken out before any is put back, so a set that moves onto the place of another
 // that is still to move cannot overwrite it.
 QvLong QvBaseFCurve::MoveKeyUserDataTail(const QvDoubleArray& from, const QvDoubleArray& to) {
+  LockGuard guard(*this);
   if (from.size != to.size) return 0;
   if (m_userData == nullptr) return 1;
   QvFCurveUserDataStore::KeyMap& keys = m_userData->keyData;
@@ -426,13 +433,19 @@ QvLong QvBaseFCurve::MoveKeyUserDataTail(const QvDoubleArray& from, const QvDoub
   return 1;
 }
 
-void QvBaseFCurve::ExchangeUserData(QvBaseFCurve& other) { std::swap(m_userData, other.m_userData); }
+void QvBaseFCurve::ExchangeUserData(QvBaseFCurve& other) {
+  LockGuard mine(*this);
+  LockGuard theirs(other);
+  std::swap(m_userData, other.m_userData);
+}
 
 QvULong QvBaseFCurve::GetUserDataBufferSize() const {
+  LockGuard guard(*this);
   return m_userData != nullptr ? m_userData->BufferSize() : 9;
 }
 
 QvULong QvBaseFCurve::WriteUserDataToBuffer(void* buffer) const {
+  LockGuard guard(*this);
   unsigned char* out = static_cast<unsigned char*>(buffer);
   if (m_userData != nullptr) return m_userData->Write(out);
   put_u32(out, 5);
@@ -444,6 +457,7 @@ QvULong QvBaseFCurve::WriteUserDataToBuffer(void* buffer) const {
 // The block's size word stands just before `body`, and the caller has checked that the bytes it
 // declares lie inside the buffer. The store is built aside and swapped in only on success.
 QvULong QvBaseFCurve::ReadUserDataFromBufferBody(const void* body) {
+  LockGuard guard(*this);
   const unsigned char* in = static_cast<const unsigned char*>(body);
   const QvULong size = get_u32(in - 4);
   const bool hadStore = m_userData != nullptr;

@@ -1,7 +1,9 @@
 #include <qv/QvStdFCurve.h>
 
 #include "fcurve/QvStdFCurveImpl.h"
+#include "fcurve/edit_ops.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <new>
@@ -10,6 +12,8 @@
 
 using qv::internal::kFlagTangentContinuity;
 using qv::internal::kFlagValueLocked;
+using qv::internal::kKeyTolerance;
+using FS = QvBaseFCurve::FSKind;
 
 namespace {
 
@@ -236,11 +240,6 @@ QvStdFCurve::QvStdFCurve(const QvStdFCurve& other) : QvBaseFCurve(other), m_impl
   m_impl = new QvStdFCurveImpl(*other.m_impl);
 }
 
-QvStdFCurve::QvStdFCurve(const QvStdFCurve& other, double, double)
-    : QvBaseFCurve(other), m_impl(nullptr) {
-  LockGuard source(other);
-  m_impl = new QvStdFCurveImpl(*other.m_impl);
-}
 
 // The target is locked before the source; the copies are made before anything is replaced, so a
 // failed allocation leaves the target as it was.
@@ -268,21 +267,6 @@ QvLong QvStdFCurve::Set(const QvBaseFCurve& other) {
   return 1;
 }
 
-QvBaseFCurve* QvStdFCurve::SnapShot(double, double, ExtrapolationMethod) const { return nullptr; }
-QvLong QvStdFCurve::Cut(double, double, QvBaseFCurve&) { return 0; }
-QvLong QvStdFCurve::RemoveTail(double) { return 0; }
-QvLong QvStdFCurve::RemoveHead(double) { return 0; }
-QvLong QvStdFCurve::Paste(const QvBaseFCurve&, double, double) { return 0; }
-QvLong QvStdFCurve::ReduceNumKeys(double, double, double) { return 0; }
-QvULong QvStdFCurve::ReduceNumKeys(double) {
-  LockGuard guard(*this);
-  return m_impl->m_numKeys;
-}
-QvLong QvStdFCurve::ResampleSequence(double, double, double, QvLong, QvLong) { return 0; }
-QvLong QvStdFCurve::ScaleAndOffsetParameters(double, double, double, double, double, QvLong,
-                                             QvLong, RegionHandle) {
-  return 0;
-}
 
 namespace {
 
@@ -551,4 +535,591 @@ QvLong QvStdFCurve::SmoothSequence(double from, double to, const double* kernel,
     }
   }
   return 1;
+}
+
+namespace {
+
+constexpr std::uint16_t kFlagAnyKeyLock =
+    qv::internal::kFlagParameterLocked | qv::internal::kFlagValueLocked;
+
+// Makes sure that a key lies at x without changing the shape, and gives its index. Past the last
+// key the new key holds the last value; before the first it holds the first arrival; between two
+// keys their tangents are frozen first, so that the segment splits into two of the same shape.
+bool split_at(QvStdFCurveImpl& body, double x, QvULong& index) {
+  const QvULong n = body.m_numKeys;
+  if (n == 0 || !std::isfinite(x)) return false;
+  const QvStdFCurveImpl::KeyPosition found = body.FindKey(x);
+  if (found.exact) {
+    index = found.position - 1;
+    return true;
+  }
+  const std::uint16_t not_automatic =
+      static_cast<std::uint16_t>(~qv::internal::kFlagTangentAutomatic);
+  if (found.position == n) {
+    qv::internal::freeze_left(body, n - 1);
+    qv::internal::freeze_right(body, n - 1);
+    QvStdFCurveKey& last = body.Key(n - 1);
+    last.flags &= not_automatic;
+    const FS kind = static_cast<FS>(last.segmentKind);
+    if (!qv::internal::create_key(body, x, last.rightValue, kind, kind)) return false;
+  } else if (found.position == 0) {
+    if (!qv::internal::create_key(body, x, body.Key(0).leftValue, FS(0), FS(0))) return false;
+  } else {
+    const QvULong k = found.position - 1;
+    for (QvULong i = k; i <= k + 1; ++i) {
+      qv::internal::freeze_left(body, i);
+      qv::internal::freeze_right(body, i);
+      body.Key(i).flags &= not_automatic;
+    }
+    if (!qv::internal::create_key(body, x, body.SegmentValue(x, k), FS(0), FS(0))) return false;
+  }
+  const QvStdFCurveImpl::KeyPosition again = body.FindKey(x);
+  if (!again.exact) return false;
+  index = again.position - 1;
+  return true;
+}
+
+bool any_key_locked(const QvStdFCurveImpl& body, QvULong first, QvULong end) {
+  for (QvULong i = first; i < end; ++i)
+    if (body.Key(i).flags & kFlagAnyKeyLock) return true;
+  return false;
+}
+
+// Cuts the body down to [from, to]: split at each end that lies inside the keys, and what lies
+// beyond goes. The parameters of removed keys are appended to `removed`.
+bool keep_stretch(QvStdFCurveImpl& body, double from, double to, std::vector<double>& removed) {
+  if (body.m_numKeys == 0) return true;
+  QvULong index;
+  if (from > body.Key(0).parameter) {
+    if (!split_at(body, from, index)) return false;
+    qv::internal::remove_keys(body, 0, index, FS(0), removed);
+  }
+  if (to < body.Key(body.m_numKeys - 1).parameter) {
+    if (!split_at(body, to, index)) return false;
+    qv::internal::remove_keys(body, index + 1, body.m_numKeys, FS(0), removed);
+  }
+  return true;
+}
+
+}  // namespace
+
+QvStdFCurve::QvStdFCurve(const QvStdFCurve& other, double from, double to)
+    : QvBaseFCurve(other), m_impl(nullptr) {
+  LockGuard source(other);
+  m_impl = new QvStdFCurveImpl(*other.m_impl);
+  std::vector<double> removed;
+  if (std::isfinite(from) && std::isfinite(to))
+    keep_stretch(*m_impl, from < to ? from : to, from < to ? to : from, removed);
+  for (double parameter : removed) RemoveKeyUserData(parameter);
+}
+
+QvLong QvStdFCurve::RemoveHead(double parameter) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  const double first = body.Key(0).parameter;
+  if (parameter <= first || std::fabs(parameter - first) <= kKeyTolerance) return 1;
+  const QvStdFCurveImpl::KeyPosition found = body.FindKey(parameter);
+  if (any_key_locked(body, 0, found.exact ? found.position - 1 : found.position)) return 0;
+  QvStdFCurveImpl cut(body);
+  QvULong index;
+  if (!split_at(cut, parameter, index)) return 0;
+  std::vector<double> removed;
+  qv::internal::remove_keys(cut, 0, index, FS(0), removed);
+  body.Swap(cut);
+  for (double p : removed) RemoveKeyUserData(p);
+  return 1;
+}
+
+QvLong QvStdFCurve::RemoveTail(double parameter) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  const QvULong n = body.m_numKeys;
+  if (body.m_readOnly != 0 || n == 0) return 0;
+  const double last = body.Key(n - 1).parameter;
+  if (parameter >= last || std::fabs(parameter - last) <= kKeyTolerance) return 1;
+  if (any_key_locked(body, body.FindKey(parameter).position, n)) return 0;
+  QvStdFCurveImpl cut(body);
+  QvULong index;
+  if (!split_at(cut, parameter, index)) return 0;
+  std::vector<double> removed;
+  qv::internal::remove_keys(cut, index + 1, cut.m_numKeys, FS(0), removed);
+  body.Swap(cut);
+  for (double p : removed) RemoveKeyUserData(p);
+  return 1;
+}
+
+// The curve's appearance over [from, to] as a curve of its own. Outside the keys the constant and
+// linear methods add a key at each end with the extrapolated value; the cycling methods unroll
+// the cycles that the interval covers.
+QvBaseFCurve* QvStdFCurve::SnapShot(double from, double to, ExtrapolationMethod method) const {
+  try {
+    LockGuard guard(*this);
+    const QvStdFCurveImpl& body = *m_impl;
+    if (!std::isfinite(from) || !std::isfinite(to)) return nullptr;
+    if (from > to) std::swap(from, to);
+    const QvULong n = body.m_numKeys;
+    if (std::fabs(from - to) <= kKeyTolerance || n == 0) {
+      QvStdFCurve* one = new QvStdFCurve(*this, from, to);
+      one->m_impl->m_extrapolation = static_cast<unsigned char>(method);
+      return one;
+    }
+    const double f = body.Key(0).parameter;
+    const double l = body.Key(n - 1).parameter;
+    const unsigned char own = body.m_extrapolation;
+    const bool cycling = n >= 2 && (own == ExtrapolationCycle || own == ExtrapolationCycleOffset);
+    QvStdFCurve* shot = nullptr;
+    if (!cycling) {
+      shot = new QvStdFCurve(*this, from > f ? from : f, to < l ? to : l);
+      QvStdFCurveImpl& out = *shot->m_impl;
+      const FS kind = own == ExtrapolationLinear ? FSLinear : FSConstant;
+      if (from < f) {
+        qv::internal::create_key(out, from, body.EvalCore(from), kind, kind);
+      }
+      if (to > l) qv::internal::create_key(out, to, body.EvalCore(to), kind, kind);
+    } else {
+      const double period = l - f;
+      const double delta =
+          own == ExtrapolationCycleOffset ? body.Key(n - 1).rightValue - body.Key(0).rightValue : 0.0;
+      const double first_cycle = std::floor((from - f) / period);
+      const double last_cycle = std::ceil((to - f) / period) - 1.0;
+      if (!(last_cycle - first_cycle < 1e5)) return nullptr;
+      for (double c = first_cycle; c <= last_cycle; c += 1.0) {
+        QvStdFCurve cycle(*this);
+        QvStdFCurveImpl& part = *cycle.m_impl;
+        part.m_extrapolation = ExtrapolationConstant;
+        for (QvULong i = 0; i < part.m_numKeys; ++i) {
+          QvStdFCurveKey& key = part.Key(i);
+          key.parameter += c * period;
+          key.leftHandle.x += c * period;
+          key.rightHandle.x += c * period;
+          key.leftValue += c * delta;
+          key.rightValue += c * delta;
+          key.leftHandle.y += c * delta;
+          key.rightHandle.y += c * delta;
+        }
+        std::vector<double> removed;
+        keep_stretch(part, from, to, removed);
+        if (shot == nullptr) {
+          shot = new QvStdFCurve(cycle);
+        } else if (shot->Append(cycle) == 0) {
+          delete shot;
+          return nullptr;
+        }
+      }
+    }
+    if (shot != nullptr) shot->m_impl->m_extrapolation = static_cast<unsigned char>(method);
+    return shot;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+// Keys at every step from `from`, reusing a key that lies within 1e-7 of a sample; unless the old
+// keys are kept, those between two samples go.
+QvLong QvStdFCurve::ResampleSequence(double from, double to, double step, QvLong keepKeys,
+                                     QvLong) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to) || !(step > 0.0)) return 0;
+  if (from > to) std::swap(from, to);
+  if ((to - from) / step > 1e7) return 0;
+  ParameterRange ranges[2];
+  const int runs = cycle_ranges(body, from, to, ranges);
+  QvStdFCurveImpl work(body);
+  std::vector<double> removed;
+  for (int run = 0; run < runs; ++run) {
+    const double a = ranges[run].from;
+    const double b = ranges[run].to;
+    QvULong previous;
+    if (!split_at(work, a, previous)) return 0;
+    if (std::fabs(a - b) <= kKeyTolerance) continue;
+    const double samples = std::floor((b - a) / step);
+    auto take = [&](double x) {
+      QvULong index;
+      if (work.FindKeyNear(x, 1e-7, index)) {
+      } else if (!split_at(work, x, index)) {
+        return false;
+      }
+      if (keepKeys == 0 && index > previous + 1) {
+        qv::internal::remove_keys(work, previous + 1, index, FS(0), removed);
+        index = previous + 1;
+      }
+      previous = index;
+      return true;
+    };
+    for (double i = 1.0; i <= samples; i += 1.0)
+      if (!take(a + i * step)) return 0;
+    if (!take(b)) return 0;
+  }
+  body.Swap(work);
+  for (double p : removed) RemoveKeyUserData(p);
+  return 1;
+}
+
+// The stretch [from, to] is replaced by the other curve, whose first key lands on `from`; what
+// followed `to` moves by the difference in length. The two joint keys take their inner side, value
+// and handle, from the other curve, and keep their outer side.
+QvLong QvStdFCurve::Paste(const QvBaseFCurve& source, double from, double to) {
+  LockGuard target(*this);
+  if (source.GetKind() != KindStandard) return 0;
+  const QvStdFCurve& other = static_cast<const QvStdFCurve&>(source);
+  LockGuard hold(other);
+  QvStdFCurveImpl& body = *m_impl;
+  const QvStdFCurveImpl piece(*other.m_impl);
+  const QvULong m = piece.m_numKeys;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0 || m == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to)) return 0;
+  if (from > to) std::swap(from, to);
+  const bool one_place = std::fabs(to - from) <= kKeyTolerance;
+  QvStdFCurveImpl work(body);
+  std::vector<double> removed;
+  QvULong a;
+  QvULong b;
+  if (!split_at(work, from, a)) return 0;
+  if (one_place) {
+    b = a;
+  } else {
+    if (!split_at(work, to, b)) return 0;
+    qv::internal::remove_keys(work, a + 1, b, FS(0), removed);
+    b = a + 1;
+  }
+  const double offset = from - piece.Key(0).parameter;
+  const double length = piece.Key(m - 1).parameter - piece.Key(0).parameter;
+  const double shift = length - (one_place ? 0.0 : to - from);
+  auto moved = [](QvStdFCurveKey key, double dx) {
+    key.parameter += dx;
+    key.leftHandle.x += dx;
+    key.rightHandle.x += dx;
+    return key;
+  };
+  std::vector<QvStdFCurveKey> keys;
+  keys.reserve(work.m_numKeys + m);
+  for (QvULong i = 0; i <= a; ++i) keys.push_back(work.Key(i));
+  const QvStdFCurveKey first = moved(piece.Key(0), offset);
+  QvStdFCurveKey& joint = keys.back();
+  joint.rightValue = first.rightValue;
+  joint.rightHandle = first.rightHandle;
+  joint.segmentKind = first.segmentKind;
+  for (QvULong i = 1; i + 1 < m; ++i) keys.push_back(moved(piece.Key(i), offset));
+  std::vector<double> tail_from;
+  std::vector<double> tail_to;
+  for (QvULong i = b; i < work.m_numKeys; ++i) {
+    QvStdFCurveKey key = moved(work.Key(i), shift);
+    if (i == b) {
+      const QvStdFCurveKey last = moved(piece.Key(m - 1), offset);
+      key.leftValue = last.leftValue;
+      key.leftHandle = last.leftHandle;
+    }
+    if (i > b || !one_place) {
+      tail_from.push_back(work.Key(i).parameter);
+      tail_to.push_back(key.parameter);
+    }
+    keys.push_back(key);
+  }
+  QvStdFCurveImpl pasted(work);
+  pasted.Resize(static_cast<QvULong>(keys.size()));
+  for (QvULong i = 0; i < pasted.m_numKeys; ++i) pasted.Key(i) = keys[i];
+  if (!pasted.IsValid()) return 0;
+  body.Swap(pasted);
+  for (double p : removed) RemoveKeyUserData(p);
+  QvDoubleArray move_from(static_cast<QvULong>(tail_from.size()) + 1);
+  QvDoubleArray move_to(static_cast<QvULong>(tail_to.size()) + 1);
+  for (size_t i = tail_from.size(); i-- > 0;) {
+    move_from.Add(tail_from[i]);
+    move_to.Add(tail_to[i]);
+  }
+  MoveKeyUserDataTail(move_from, move_to);
+  for (QvULong i = 1; i + 1 < m; ++i) {
+    if (const CFCUserDataSet* set = other.GetUserDataSet(piece.Key(i).parameter))
+      SetUserDataSet(*set, piece.Key(i).parameter + offset);
+  }
+  return 1;
+}
+
+namespace {
+
+constexpr std::uint16_t kFlagAnyValueOrParameterLock =
+    qv::internal::kFlagParameterLocked | qv::internal::kFlagValueLocked;
+
+// Holds the handles of key i to their own sides of the key; under the default Bezier constraint
+// they go to a third of the way to their neighbours instead.
+void hold_handles_to_sides(QvStdFCurveImpl& body, QvULong i) {
+  QvStdFCurveKey& key = body.Key(i);
+  const QvULong n = body.m_numKeys;
+  if (body.m_defaultBezierTangent != 0 && i > 0)
+    key.leftHandle.x = key.parameter + (body.Key(i - 1).parameter - key.parameter) / 3.0;
+  else
+    key.leftHandle.x = std::min(key.leftHandle.x, key.parameter);
+  if (body.m_defaultBezierTangent != 0 && i + 1 < n)
+    key.rightHandle.x = key.parameter + (body.Key(i + 1).parameter - key.parameter) / 3.0;
+  else
+    key.rightHandle.x = std::max(key.rightHandle.x, key.parameter);
+}
+
+bool keys_rise(const QvStdFCurveImpl& body) {
+  for (QvULong i = 1; i < body.m_numKeys; ++i)
+    if (!(body.Key(i).parameter > body.Key(i - 1).parameter)) return false;
+  return true;
+}
+
+}  // namespace
+
+// The stretch [from, to] goes into `out`, and the rest of the curve closes over the gap: the key
+// at `from` keeps what arrives from the left and takes the right side of the key at `to`, and
+// everything after moves left by the length of the stretch. When nothing follows the stretch, the
+// key at `from` ends the curve with a constant segment.
+QvLong QvStdFCurve::Cut(double from, double to, QvBaseFCurve& out) {
+  LockGuard target(*this);
+  if (&out == this || out.GetKind() != KindStandard) return 0;
+  QvStdFCurve& piece_out = static_cast<QvStdFCurve&>(out);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to)) return 0;
+  if (from > to) std::swap(from, to);
+  if (to - from <= kKeyTolerance) return 0;
+  if (body.AnyKeyHasFlags(from, to, 0, 0, qv::internal::kFlagParameterLocked) ||
+      body.AnyKeyHasFlags(from, to, 0, 0, kFlagValueLocked))
+    return 0;
+  try {
+    const QvStdFCurve piece(*this, from, to);
+    QvStdFCurveImpl work(body);
+    QvULong a;
+    QvULong b;
+    if (!split_at(work, from, a) || !split_at(work, to, b) || b <= a) return 0;
+    const double gap = to - from;
+    const QvULong n = work.m_numKeys;
+    for (QvULong i = b + 1; i < n; ++i)
+      if (work.Key(i).flags & qv::internal::kFlagParameterLocked) return 0;
+    std::vector<double> removed;
+    for (QvULong i = a + 1; i < b; ++i) removed.push_back(work.Key(i).parameter);
+    QvStdFCurveKey& joint = work.Key(a);
+    if (b + 1 < n) {
+      const QvStdFCurveKey& after = work.Key(b);
+      joint.rightValue = after.rightValue;
+      joint.rightHandle = QvPoint2<double>(after.rightHandle.x - gap, after.rightHandle.y);
+      joint.segmentKind = after.segmentKind;
+    } else {
+      joint.segmentKind = FSConstant;
+    }
+    QvDoubleArray moved_from;
+    QvDoubleArray moved_to;
+    for (QvULong i = b + 1; i < n; ++i) {
+      QvStdFCurveKey& key = work.Key(i);
+      moved_from.Add(key.parameter);
+      key.parameter -= gap;
+      key.leftHandle.x -= gap;
+      key.rightHandle.x -= gap;
+      moved_to.Add(key.parameter);
+    }
+    work.EraseKeys(a + 1, b - a);
+    if (!keys_rise(work)) return 0;
+    hold_handles_to_sides(work, a);
+    if (!work.TangentsContinuous(a))
+      work.Key(a).flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
+    qv::internal::repair_segments(work, a == 0 ? 0 : a - 1, a);
+    if (!work.IsValid()) return 0;
+
+    piece_out = piece;
+    body.Swap(work);
+    for (double p : removed) RemoveKeyUserData(p);
+    // The key at `to` went into the joint; its user data follows unless the joint has its own.
+    if (const CFCUserDataSet* set = GetUserDataSet(to)) {
+      if (GetUserDataSet(from) == nullptr) SetUserDataSet(*set, from);
+      RemoveKeyUserData(to);
+    }
+    MoveKeyUserDataTail(moved_from, moved_to);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+namespace {
+
+// Keys of [first, last] that a run of linear or constant segments can do without: a key goes
+// when it and every key dropped before it lie within `tolerance` of the line from the last key
+// kept to the candidate end of the run (of the level of the last key kept, for constant runs).
+std::vector<QvULong> keys_off_the_line(const QvStdFCurveImpl& body, QvULong first, QvULong last,
+                                       double tolerance) {
+  std::vector<QvULong> drop;
+  const bool constant = body.Key(first).segmentKind == QvBaseFCurve::FSConstant;
+  QvULong kept = first;
+  auto fits = [&](QvULong end) {
+    const QvStdFCurveKey& k0 = body.Key(kept);
+    const QvStdFCurveKey& k1 = body.Key(end);
+    for (QvULong i = kept + 1; i < end; ++i) {
+      const QvStdFCurveKey& k = body.Key(i);
+      const double level =
+          constant ? k0.rightValue
+                   : (k.parameter - k0.parameter) / (k1.parameter - k0.parameter) *
+                             (k1.leftValue - k0.rightValue) +
+                         k0.rightValue;
+      if (std::fabs(k.rightValue - level) > tolerance) return false;
+      if (!constant && std::fabs(k.leftValue - level) > tolerance) return false;
+    }
+    return true;
+  };
+  for (QvULong end = first + 2; end <= last; ++end) {
+    if (fits(end)) continue;
+    for (QvULong i = kept + 1; i + 1 < end; ++i) drop.push_back(i);
+    kept = end - 1;
+  }
+  for (QvULong i = kept + 1; i < last; ++i) drop.push_back(i);
+  return drop;
+}
+
+// Whether key i must stay in any reduction: it is locked, or the curve jumps there.
+bool key_must_stay(const QvStdFCurveImpl& body, QvULong i) {
+  const QvStdFCurveKey& key = body.Key(i);
+  if (key.flags & kFlagAnyValueOrParameterLock) return true;
+  return std::fabs(body.Arrival(i) - key.rightValue) > kKeyTolerance;
+}
+
+// Reduces the keys of one range [from, to] of the work body; false when a step fails.
+bool reduce_range(QvStdFCurveImpl& work, double from, double to, double tolerance,
+                  std::vector<double>& removed) {
+  QvULong a;
+  QvULong b;
+  if (!split_at(work, from, a) || !split_at(work, to, b)) return false;
+  // Runs are found from the back, so that what a run removes does not move the runs before it.
+  QvULong end = b;
+  while (end > a) {
+    QvULong start = end - 1;
+    const unsigned char kind = work.Key(start).segmentKind;
+    while (start > a && work.Key(start - 1).segmentKind == kind && !key_must_stay(work, start))
+      --start;
+    if (end - start >= 2) {
+      if (kind == QvBaseFCurve::FSBezierCubic) {
+        QvPoint2dArray points(end - start + 1);
+        for (QvULong i = start; i <= end; ++i)
+          points.Add(QvPoint2<double>(work.Key(i).parameter, work.Key(i).rightValue));
+        const QvStdFCurve fit(points, QvStdFCurve::DPSplineFit, tolerance, QvBaseFCurve::FSBezierCubic,
+                              QvBaseFCurve::FSBezierCubic);
+        const QvStdFCurveImpl& f = *fit.GetImpl();
+        const QvULong m = f.m_numKeys;
+        // Only a fit with fewer keys that meets both ends replaces the run.
+        if (m >= 2 && m < end - start + 1 &&
+            std::fabs(f.Key(0).parameter - work.Key(start).parameter) <= kKeyTolerance &&
+            std::fabs(f.Key(m - 1).parameter - work.Key(end).parameter) <= kKeyTolerance) {
+          for (QvULong i = start + 1; i < end; ++i) removed.push_back(work.Key(i).parameter);
+          work.EraseKeys(start + 1, end - start - 1);
+          work.InsertKeys(start + 1, m - 2);
+          for (QvULong j = 1; j + 1 < m; ++j) {
+            QvStdFCurveKey& key = work.Key(start + j);
+            key = f.Key(j);
+            key.segmentKind = static_cast<unsigned char>(QvBaseFCurve::FSBezierCubic);
+          }
+          work.Key(start).rightHandle = f.Key(0).rightHandle;
+          work.Key(start + m - 1).leftHandle = f.Key(m - 1).leftHandle;
+          qv::internal::repair_segments(work, start, start + m - 2);
+        }
+      } else {
+        const std::vector<QvULong> drop = keys_off_the_line(work, start, end, tolerance);
+        for (auto it = drop.rbegin(); it != drop.rend(); ++it)
+          qv::internal::remove_keys(work, *it, *it + 1, FS(0), removed);
+      }
+    }
+    end = start;
+  }
+  return true;
+}
+
+}  // namespace
+
+QvLong QvStdFCurve::ReduceNumKeys(double from, double to, double tolerance) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to) || !(tolerance >= 0.0)) return 0;
+  if (from > to) std::swap(from, to);
+  try {
+    ParameterRange ranges[2];
+    const int runs = cycle_ranges(body, from, to, ranges);
+    QvStdFCurveImpl work(body);
+    std::vector<double> removed;
+    for (int run = 0; run < runs; ++run)
+      if (!reduce_range(work, ranges[run].from, ranges[run].to, tolerance, removed)) return 0;
+    if (!work.IsValid()) return 0;
+    body.Swap(work);
+    for (double p : removed) RemoveKeyUserData(p);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+}
+
+QvULong QvStdFCurve::ReduceNumKeys(double tolerance) {
+  LockGuard guard(*this);
+  const QvStdFCurveImpl& body = *m_impl;
+  if (body.m_numKeys >= 2)
+    ReduceNumKeys(body.Key(0).parameter, body.Key(body.m_numKeys - 1).parameter, tolerance);
+  return m_impl->m_numKeys;
+}
+
+// A stretch of a selection of keys by one edge of its box: the parameters (edges 2 and 4) or the
+// values (edges 1 and 8) of the keys in [from, to] become anchor + (v - anchor) * scale + offset,
+// handles keeping their place relative to their key, scaled alike. The keys must keep their order
+// and the curve must stay valid, or nothing changes.
+QvLong QvStdFCurve::ScaleAndOffsetParameters(double from, double to, double anchor, double scale,
+                                             double offset, QvLong openFrom, QvLong openTo,
+                                             RegionHandle handle) {
+  LockGuard guard(*this);
+  QvStdFCurveImpl& body = *m_impl;
+  const bool parameters = handle == 2 || handle == 4;
+  const bool values = handle == 1 || handle == 8;
+  if (body.m_readOnly != 0 || body.m_numKeys == 0 || !(parameters || values)) return 0;
+  if (!std::isfinite(from) || !std::isfinite(to) || !std::isfinite(anchor) ||
+      !std::isfinite(scale) || !std::isfinite(offset))
+    return 0;
+  if (from > to) std::swap(from, to);
+  const std::uint16_t lock = parameters ? qv::internal::kFlagParameterLocked : kFlagValueLocked;
+  if (body.AnyKeyHasFlags(from, to, openFrom, openTo, lock)) return 0;
+  QvULong first;
+  QvULong end;
+  body.SelectInterval(from, to, openFrom, openTo, first, end);
+  if (first >= end) return 1;
+  try {
+    QvStdFCurveImpl work(body);
+    auto map = [anchor, scale, offset](double v) { return anchor + (v - anchor) * scale + offset; };
+    QvDoubleArray moved_from;
+    QvDoubleArray moved_to;
+    if (parameters) {
+      if (!(scale > 0.0)) return 0;
+      for (QvULong i = first; i < end; ++i) {
+        QvStdFCurveKey& key = work.Key(i);
+        const double p = map(key.parameter);
+        moved_from.Add(key.parameter);
+        moved_to.Add(p);
+        key.leftHandle.x = p + (key.leftHandle.x - key.parameter) * scale;
+        key.rightHandle.x = p + (key.rightHandle.x - key.parameter) * scale;
+        key.parameter = p;
+      }
+      if (!keys_rise(work)) return 0;
+      if (work.m_defaultBezierTangent != 0) {
+        for (QvULong i = first == 0 ? 0 : first - 1; i <= end && i < work.m_numKeys; ++i)
+          hold_handles_to_sides(work, i);
+      }
+    } else {
+      for (QvULong i = first; i < end; ++i) {
+        QvStdFCurveKey& key = work.Key(i);
+        const double l = map(key.leftValue);
+        const double r = map(key.rightValue);
+        key.leftHandle.y = l + (key.leftHandle.y - key.leftValue) * scale;
+        key.rightHandle.y = r + (key.rightHandle.y - key.rightValue) * scale;
+        key.leftValue = l;
+        key.rightValue = r;
+      }
+    }
+    // The segments at the two edges of the selection may have been squeezed.
+    qv::internal::repair_segments(work, first == 0 ? 0 : first - 1, first == 0 ? 0 : first - 1);
+    qv::internal::repair_segments(work, end - 1, end - 1);
+    if (!work.IsValid()) return 0;
+    body.Swap(work);
+    if (parameters) MoveKeyUserDataTail(moved_from, moved_to);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
 }

@@ -205,19 +205,9 @@ Point2d aligned_direction(const QvStdFCurveKey& key, const Point2d& from) {
 
 }  // namespace
 
-void align_left_to_right(QvStdFCurveImpl& body, QvULong i) {
-  const QvStdFCurveKey& key = body.Key(i);
-  const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
-  const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
-  if (squared(r) <= 1e-9 || squared(l) <= 1e-9) return;
-  const double length = std::sqrt(squared(l));
-  const Point2d u = aligned_direction(key, r);
-  const Point2d wanted(key.parameter + u.x * length, key.leftValue + u.y * length);
-  Point2d stored;
-  if (fit_left_handle(body, i, wanted, stored)) body.Key(i).leftHandle = stored;
-}
-
-void align_right_to_left(QvStdFCurveImpl& body, QvULong i) {
+// The right handle turns to follow the left tangent: the left direction, negated, at the right
+// handle's own length.
+void propagate_left(QvStdFCurveImpl& body, QvULong i) {
   const QvStdFCurveKey& key = body.Key(i);
   const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
   const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
@@ -229,6 +219,19 @@ void align_right_to_left(QvStdFCurveImpl& body, QvULong i) {
   if (fit_right_handle(body, i, wanted, stored)) body.Key(i).rightHandle = stored;
 }
 
+// The mirror: the left handle turns to follow the right tangent.
+void propagate_right(QvStdFCurveImpl& body, QvULong i) {
+  const QvStdFCurveKey& key = body.Key(i);
+  const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
+  const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
+  if (squared(r) <= 1e-9 || squared(l) <= 1e-9) return;
+  const double length = std::sqrt(squared(l));
+  const Point2d u = aligned_direction(key, r);
+  const Point2d wanted(key.parameter + u.x * length, key.leftValue + u.y * length);
+  Point2d stored;
+  if (fit_left_handle(body, i, wanted, stored)) body.Key(i).leftHandle = stored;
+}
+
 void freeze_left(QvStdFCurveImpl& body, QvULong i) {
   store_left_handle(body, i, body.EvaluatedLeftHandle(i));
 }
@@ -237,22 +240,16 @@ void freeze_right(QvStdFCurveImpl& body, QvULong i) {
   store_right_handle(body, i, body.EvaluatedRightHandle(i));
 }
 
-// A locked value still accepts a write that does not move it: a key created again on itself is
-// not an edit of its value.
-bool set_both_values(QvStdFCurveImpl& body, QvULong i, double value) {
+// Each handle rides with its side's change whatever happens to the value; a locked value is
+// written only when it does not move by more than 1e-15, side by side.
+void set_both_values(QvStdFCurveImpl& body, QvULong i, double value) {
   QvStdFCurveKey& key = body.Key(i);
-  if (key.flags & kFlagValueLocked) {
-    if (!(std::fabs(value - key.leftValue) <= kKeyTolerance) ||
-        !(std::fabs(value - key.rightValue) <= kKeyTolerance))
-      return false;
-  }
-  const double arrival = body.Arrival(i);
-  key.leftHandle.y += value - arrival;
-  key.leftValue = value;
+  const bool locked = (key.flags & kFlagValueLocked) != 0;
+  key.leftHandle.y += value - body.Arrival(i);
+  if (!locked || std::fabs(value - key.leftValue) <= kKeyTolerance) key.leftValue = value;
   key.rightHandle.y += value - key.rightValue;
-  key.rightValue = value;
+  if (!locked || std::fabs(value - key.rightValue) <= kKeyTolerance) key.rightValue = value;
   if (i == 0) body.m_valueWhenNoKeys = value;
-  return true;
 }
 
 namespace {
@@ -340,8 +337,10 @@ bool insert_between(QvStdFCurveImpl& body, QvULong i, double x, double y, FS lef
   const Point2d p2 = next.leftHandle;
   const Point2d p3 = key_left(next);
   const double t = solve_bezier(x, p0.x, p1.x, p2.x, p3.x);
-  if (std::fabs(t) <= kKeyTolerance) return set_both_values(body, i, y);
-  if (std::fabs(t - 1.0) <= kKeyTolerance) return set_both_values(body, i + 1, y);
+  if (std::fabs(t) <= kKeyTolerance || std::fabs(t - 1.0) <= kKeyTolerance) {
+    set_both_values(body, std::fabs(t) <= kKeyTolerance ? i : i + 1, y);
+    return true;
+  }
   const Point2d a = lerp(p0, p1, t);
   const Point2d b = lerp(p1, p2, t);
   const Point2d c = lerp(p2, p3, t);
@@ -378,7 +377,8 @@ bool create_key(QvStdFCurveImpl& body, double x, double y, FS left, FS right) {
   if (found.exact) {
     const QvULong i = found.position - 1;
     if (body.Key(i).flags & kFlagValueLocked) return false;
-    return set_both_values(body, i, y);
+    set_both_values(body, i, y);
+    return true;
   }
   if (found.position == n) {
     append_key(body, x, y, left, right);
@@ -462,10 +462,11 @@ void change_segment_kind(QvStdFCurveImpl& body, QvULong i, FS kind) {
     const double y0 = key.rightValue;
     store_right_handle(body, i, Point2d(x0 + gap / 3.0, y0 + step / 3.0));
     store_left_handle(body, i + 1, Point2d(x0 + 2.0 * gap / 3.0, y0 + 2.0 * step / 3.0));
+    // A smooth end key keeps its tangent: the new segment's handle there turns to follow it.
     if ((body.Key(i).flags & kFlagTangentContinuity) && !tangents_continuous(body, i))
-      align_left_to_right(body, i);
+      propagate_left(body, i);
     if ((body.Key(i + 1).flags & kFlagTangentContinuity) && !tangents_continuous(body, i + 1))
-      align_right_to_left(body, i + 1);
+      propagate_right(body, i + 1);
   }
   body.Key(i).segmentKind = static_cast<unsigned char>(kind);
 }

@@ -42,18 +42,20 @@ bool fit_right_handle(const QvStdFCurveImpl& body, QvULong i, const Point2d& req
 
 // Whether the evaluated tangents of key i are collinear (or mirrored, under the mirror flag).
 bool tangents_continuous(const QvStdFCurveImpl& body, QvULong i);
-// Turns one side of key i to follow the direction of the other, keeping its own length. A handle
-// of zero length, on either side, is left alone; so is one that no shortening makes valid.
-void align_left_to_right(QvStdFCurveImpl& body, QvULong i);
-void align_right_to_left(QvStdFCurveImpl& body, QvULong i);
+// propagate_left turns the right handle of key i to the direction of its left tangent, negated
+// (mirrored across the vertical under mirror continuity), keeping the right handle's length;
+// propagate_right does the same the other way round. Handles of zero length, on either side,
+// are left alone, and so is one that no shortening makes valid.
+void propagate_left(QvStdFCurveImpl& body, QvULong i);
+void propagate_right(QvStdFCurveImpl& body, QvULong i);
 
 // Stores evaluated handles as the key's own. Which sides: left, right or both.
 void freeze_left(QvStdFCurveImpl& body, QvULong i);
 void freeze_right(QvStdFCurveImpl& body, QvULong i);
 
-// Sets both values of key i, with the handles riding along. False, with nothing changed, when
-// the key's value is locked and the value would move by more than 1e-15.
-bool set_both_values(QvStdFCurveImpl& body, QvULong i, double value);
+// Sets both values of key i, each handle riding along with the change of its side. On a
+// value-locked key a side keeps its value unless the new one is within 1e-15 of it.
+void set_both_values(QvStdFCurveImpl& body, QvULong i, double value);
 
 // Inserts a key, or sets the values of the key already at x. Kinds of 0 inherit from the
 // neighbouring key. False, with nothing changed, on a value-locked key at x. `x` must be finite

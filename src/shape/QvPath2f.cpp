@@ -43,6 +43,8 @@ unsigned char with_type(unsigned char byte, unsigned type) {
 // ---------------------------------------------------------------------------
 // Construction and copies
 
+QvPath2f::QvPath2f() : QvPath2f(1) {}
+
 QvPath2f::QvPath2f(QvULong capacity) : m_points(capacity), m_types(capacity), m_active(0) {}
 
 QvPath2f::QvPath2f(const QvPath2f& other)
@@ -665,12 +667,15 @@ QvULong QvPath2f::ReadFromBufferBody(const void* body) {
   if (length < 12) return 0;
   if (qi::load_u16(in) != KindPath) return 0;
   const std::uint64_t n = qi::load_u32(in + 4);
+  // The length word is the only bound there is: a count that does not fill
+  // the body exactly is refused before anything past the header is read.
   if (9 * n + 12 != length) return 0;
+  // Type bytes and the active word are taken as they stand. Every walk over
+  // a path stays inside its arrays whatever its types say, and a range copy
+  // cut through a segment stores a run of types that no verb would build.
   const std::uint32_t active = qi::load_u32(in + 8 + 9 * n);
-  if (active > 1) return 0;
   const unsigned char* type_bytes = in + 8 + 8 * n;
   const QvULong count = static_cast<QvULong>(n);
-  if (!qi::is_well_formed(type_bytes, count)) return 0;
   try {
     QvPoint2fArray points(count ? count : 1);
     QvUByteArray types(count ? count : 1);

@@ -63,8 +63,11 @@ QvLong QvShape2f::IsRasterExtentIntersecting(const QvGC& gc,
 
 QvULong QvShape2f_GetBufferBodyLengthSize() { return 4; }
 
+// Only the low half of the kind word names the kind. This looks at the two
+// bytes of the kind alone, so that a caller may classify a kind word that
+// stands on its own; the factory checks the length word before it asks.
 QvShape2f::Kind QvShape2f_GetKindFromBufferBody(const void* body) {
-  if (!body || qv::internal::body_length(body) < 4) return QvShape2f::KindNone;
+  if (!body) return QvShape2f::KindNone;
   const unsigned kind = qv::internal::load_u16(static_cast<const unsigned char*>(body));
   if (kind < 1 || kind > 4) return QvShape2f::KindNone;
   return static_cast<QvShape2f::Kind>(kind);
@@ -87,6 +90,7 @@ QvShape2f* make_shape(QvShape2f::Kind kind) {
 
 QvShape2f* QvShape2f_CreateFromBufferBody(const void* body, QvULong& bytesRead) {
   bytesRead = 0;
+  if (!body || qv::internal::body_length(body) < 4) return nullptr;  // no room for a kind word
   const QvShape2f::Kind kind = QvShape2f_GetKindFromBufferBody(body);
   if (kind == QvShape2f::KindNone) return nullptr;
   QvShape2f* shape = nullptr;

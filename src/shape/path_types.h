@@ -72,35 +72,6 @@ constexpr unsigned steps_forward_to_segment_end(unsigned t) {
   return is_handle_type(t) ? type_degree(t) - kTypeTable[t & kTypeMask].offset : 0;
 }
 
-// Whether a sequence of type bytes is a path the verbs could have built: it
-// starts with a Moveto, and every segment's run of handles is whole and ends
-// in an end node of its own degree. Readers refuse anything else, so that no
-// walk over a stored path can leave its arrays.
-inline bool is_well_formed(const unsigned char* types, QvULong count) {
-  if (count == 0) return true;
-  if (low_type(types[0]) != kMoveto) return false;
-  QvULong i = 1;
-  while (i < count) {
-    const unsigned t = low_type(types[i]);
-    if (t == kMoveto) {
-      ++i;
-      continue;
-    }
-    const unsigned d = type_degree(t);
-    if (d == 0) return false;
-    const unsigned f = first_type_of_degree(d);
-    for (unsigned k = 0; k + 1 < d; ++k) {
-      if (i + k >= count || low_type(types[i + k]) != f + k) return false;
-    }
-    const QvULong end = i + d - 1;
-    if (end >= count) return false;
-    const unsigned te = low_type(types[end]);
-    if (te != f + d - 1 && te != f + d) return false;
-    i = end + 1;
-  }
-  return true;
-}
-
 }  // namespace qv::internal
 
 #endif

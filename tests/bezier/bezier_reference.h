@@ -48,12 +48,11 @@ inline double dist_to_polyline(P2 p, const std::vector<P2>& poly) {
 
 // Distance from p to the curve: every local minimum of dense samples, refined by golden section,
 // so that a loop passing close by cannot hide the true foot point.
-inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl, double* at = nullptr) {
+inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl) {
   const size_t n = 2000;
   std::vector<double> d(n + 1);
   for (size_t i = 0; i <= n; ++i) d[i] = dist(p, eval(ctrl, double(i) / double(n)));
   double best = std::numeric_limits<double>::infinity();
-  double best_t = 0;
   const double g = (std::sqrt(5.0) - 1) / 2;
   for (size_t i = 0; i <= n; ++i) {
     if ((i > 0 && d[i - 1] < d[i]) || (i < n && d[i + 1] < d[i])) continue;
@@ -68,9 +67,8 @@ inline double dist_to_curve(P2 p, const std::vector<P2>& ctrl, double* at = null
     }
     const double t = (lo + hi) / 2;
     const double dt = std::min(d[i], dist(p, eval(ctrl, t)));
-    if (dt < best) best = dt, best_t = t;
+    best = std::min(best, dt);
   }
-  if (at) *at = best_t;
   return best;
 }
 

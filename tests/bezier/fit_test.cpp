@@ -42,61 +42,40 @@ std::vector<P2> dense_cubics(const QvPath2f& path) {
 
 }  // namespace
 
-TEST(BezierFitSolve, GaussJordanStopsAtSmallPivot) {
-  double a[qv::internal::kMaxFitUnknowns][qv::internal::kMaxFitUnknowns] = {{2, 1}, {1, 3}};
-  double b[qv::internal::kMaxFitUnknowns] = {3, 5};
-  ASSERT_TRUE(qv::internal::gauss_jordan(a, b, 2));
-  EXPECT_DOUBLE_EQ(0.8, b[0]);
-  EXPECT_DOUBLE_EQ(1.4, b[1]);
-  double s[qv::internal::kMaxFitUnknowns][qv::internal::kMaxFitUnknowns] = {{1, 2}, {2, 4}};
-  double r[qv::internal::kMaxFitUnknowns] = {1, 2};
-  EXPECT_FALSE(qv::internal::gauss_jordan(s, r, 2));  // singular: the right side stands as it got
-}
-
 // Evenly spaced samples of a line are reproduced exactly, whatever the degree and end conditions:
 // the Bernstein basis has linear precision.
 TEST(BezierFit, LineIsReproduced) {
   const Samples s(line_samples(10, 1.0, 2.0));
-  const QvPoint2<double> along(1 / std::sqrt(5.0), 2 / std::sqrt(5.0));
+  const QvPoint2<double> t(1 / std::sqrt(5.0), 2 / std::sqrt(5.0));
   QvBezierTool tool;
   struct Case {
-    const char* name;
+    int form;  // C0C0, G1C0, C0G1, G1G1
     QvULong degree;
-    int form;
   };
-  const Case cases[] = {{"C0C0", 3, 0}, {"C0C0", 5, 0}, {"G1C0", 3, 1},
-                        {"C0G1", 4, 2}, {"G1G1", 3, 3}, {"G1G1", 8, 3}};
+  const Case cases[] = {{0, 3}, {0, 5}, {1, 3}, {2, 4}, {3, 3}, {3, 8}};
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.name << " degree " << c.degree);
+    SCOPED_TRACE(testing::Message() << "form " << c.form << " degree " << c.degree);
     QvPoint2<float> out[9];
     QvULong fail = 77;
-    QvLong ok = 0;
-    switch (c.form) {
-      case 0:
-        ok = tool.SingleCurveFitC0C0(s.points, s.lengths, 0, 9, 0.01, c.degree, out, fail);
-        break;
-      case 1:
-        ok = tool.SingleCurveFitG1C0(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail);
-        break;
-      case 2:
-        ok = tool.SingleCurveFitC0G1(s.points, s.lengths, 0, 9, along, 0.01, c.degree, out, fail);
-        break;
-      default:
-        ok = tool.SingleCurveFitG1G1(s.points, s.lengths, 0, 9, along, along, 0.01, c.degree, out,
-                                     fail);
-    }
+    const QvPoint2fArray& p = s.points;
+    const QvDoubleArray& l = s.lengths;
+    const QvULong n = c.degree;
+    const QvLong ok = c.form == 0   ? tool.SingleCurveFitC0C0(p, l, 0, 9, 0.01, n, out, fail)
+                      : c.form == 1 ? tool.SingleCurveFitG1C0(p, l, 0, 9, t, 0.01, n, out, fail)
+                      : c.form == 2 ? tool.SingleCurveFitC0G1(p, l, 0, 9, t, 0.01, n, out, fail)
+                                    : tool.SingleCurveFitG1G1(p, l, 0, 9, t, t, 0.01, n, out, fail);
     ASSERT_EQ(1, ok);
     EXPECT_EQ(77u, fail);
-    for (QvULong j = 0; j <= c.degree; ++j) {
-      EXPECT_NEAR(9.0 * j / c.degree, out[j].x, 1e-4) << j;
-      EXPECT_NEAR(18.0 * j / c.degree, out[j].y, 1e-4) << j;
+    for (QvULong j = 0; j <= n; ++j) {
+      EXPECT_NEAR(9.0 * j / n, out[j].x, 1e-4) << j;
+      EXPECT_NEAR(18.0 * j / n, out[j].y, 1e-4) << j;
     }
   }
   QvPoint2dArray pd;
   for (QvULong i = 0; i < 10; ++i) pd.Add(s.points[i].x, s.points[i].y);
   QvPoint2<double> cubic[4];
   QvULong fail = 0;
-  ASSERT_EQ(1, tool.SingleCubicFitG1C0(pd, s.lengths, 0, 9, along, 0.01, cubic, fail));
+  ASSERT_EQ(1, tool.SingleCubicFitG1C0(pd, s.lengths, 0, 9, t, 0.01, cubic, fail));
   EXPECT_NEAR(3.0, cubic[1].x, 1e-9);
   EXPECT_NEAR(12.0, cubic[2].y, 1e-9);
 }
@@ -131,67 +110,79 @@ TEST(BezierFit, FailureIndices) {
   EXPECT_EQ(99u, fail);
 }
 
-TEST(BezierFit, OpenAndClosedSmallCases) {
+// Short runs and the corner rule, seen through the path that the fits build. A corner splits three
+// samples into two lines; without one they give a cubic whose handles both sit on the middle
+// sample. Only turns past a right angle can be corners, and cornerCosSquared = 0 makes every one
+// of them a corner. The hairpin (1, 0) then (-1, 0.01) is a corner below about 0.9999.
+TEST(BezierFit, ShortRunsAndCorners) {
   struct Case {
+    const char* name;
     std::vector<P2> samples;
+    double corner_cos_squared;
     bool closed;
-    QvULong result;
-    QvULong points;
+    QvULong result, points;
   };
   const Case cases[] = {
-      {{{1, 1}, {1, 1}}, false, 1, 1},          // a repeat is dropped: one Moveto
-      {{{0, 0}, {4, 0}}, false, 1, 2},          // Moveto, Lineto
-      {{{0, 0}, {4, 0}}, true, 2, 3},           // Moveto, Lineto, Lineto back, Closeto
-      {{{0, 0}, {2, 2}, {4, 0}}, false, 1, 4},  // a cubic with both handles at the middle sample
+      {"repeat dropped", {{1, 1}, {1, 1}}, 0.25, false, 1, 1},  // one Moveto
+      {"two samples", {{0, 0}, {4, 0}}, 0.25, false, 1, 2},
+      {"two closed", {{0, 0}, {4, 0}}, 0.25, true, 2, 3},  // back to the start, then Closeto
+      {"smooth three", {{0, 0}, {2, 2}, {4, 0}}, 0.25, false, 1, 4},
+      {"hairpin 0.9998", {{0, 0}, {1, 0}, {0, 0.01}}, 0.9998, false, 2, 3},
+      {"hairpin 0.99995", {{0, 0}, {1, 0}, {0, 0.01}}, 0.99995, false, 1, 4},
+      {"right angle", {{0, 0}, {1, 0}, {1, 1}}, 0.0, false, 1, 4},
+      {"past right angle", {{0, 0}, {1, 0}, {0.99, 1}}, 0.0, false, 2, 3},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.samples.size() << (c.closed ? " closed" : " open"));
+    SCOPED_TRACE(c.name);
     QvPoint2fArray pts;
     for (const P2& p : c.samples) pts.Add(p.x, p.y);
     QvPath2f path;
     QvBezierTool tool;
-    const QvULong n = c.closed ? tool.ClosedFit(pts, 0.25, 3, 0.1, 0, &path)
-                               : tool.OpenFit(pts, 0.25, 3, 0.1, 0, &path, 0);
+    const QvULong n = c.closed ? tool.ClosedFit(pts, c.corner_cos_squared, 3, 0.1, 0, &path)
+                               : tool.OpenFit(pts, c.corner_cos_squared, 3, 0.1, 0, &path, 0);
     EXPECT_EQ(c.result, n);
-    EXPECT_EQ(c.points, path.NumPoints());
+    ASSERT_EQ(c.points, path.NumPoints());
+    if (c.points == 4) {
+      QvPoint2<float> h1, h2;
+      path.GetPoint(1, h1), path.GetPoint(2, h2);
+      EXPECT_EQ(pts[1], h1);
+      EXPECT_EQ(pts[1], h2);
+    }
   }
-  QvPoint2fArray three;
-  three.Add(0.0, 0.0), three.Add(2.0, 2.0), three.Add(4.0, 0.0);
-  QvPath2f path;
-  QvBezierTool().OpenFit(three, 0.25, 3, 0.1, 1, &path, 0);
-  QvPoint2<float> h1, h2;
-  path.GetPoint(1, h1), path.GetPoint(2, h2);
-  EXPECT_EQ(QvPoint2<float>(2, 2), h1);
-  EXPECT_EQ(QvPoint2<float>(2, 2), h2);
 }
 
-// A hairpin is a corner: the outline keeps it as a node. Smooth samples are followed within the
-// tolerance all along.
-TEST(BezierFit, CornersAndSmoothOutlines) {
-  std::vector<P2> v;
-  for (int i = 0; i <= 10; ++i) v.push_back({double(i), 0});
-  for (int i = 1; i <= 10; ++i) v.push_back({10.0 - i, double(i)});
-  QvPoint2fArray pts;
-  for (const P2& p : v) pts.Add(p.x, p.y);
-  QvPath2f open;
-  EXPECT_EQ(2u, QvBezierTool().OpenFit(pts, 0.25, 3, 0.05, 0, &open, 0));
-  ASSERT_EQ(7u, open.NumPoints());
-  QvPoint2<float> corner;
-  open.GetPoint(3, corner);
-  EXPECT_EQ(QvPoint2<float>(10, 0), corner);
+// A stretch too short for its degree (fewer than degree + 3 samples) is still fitted, as a cubic;
+// from degree + 3 samples on the degree holds. Samples along a line take one segment either way.
+TEST(BezierFit, DegreeFallsBackOnShortStretches) {
+  struct Case {
+    int samples;
+    QvULong degree, largest;
+  };
+  const Case cases[] = {{4, 3, 3}, {10, 8, 3}, {11, 8, 8}, {7, 4, 4}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.samples << " samples at degree " << c.degree);
+    QvPoint2fArray pts;
+    for (const P2& p : line_samples(c.samples, 1.0, 2.0)) pts.Add(p.x, p.y);
+    QvPath2f path;
+    EXPECT_EQ(1u, QvBezierTool().OpenFit(pts, 0.25, c.degree, 0.05, 1, &path, 0));
+    EXPECT_EQ(c.largest, path.LargestDegree());
+  }
+}
 
-  const double pi = std::acos(-1.0);
-  std::vector<P2> circle;
+// A smooth closed outline is followed within the tolerance all along.
+TEST(BezierFit, SmoothClosedOutline) {
+  const double step = std::acos(-1.0) / 36;
+  std::vector<P2> ellipse;
   for (int i = 0; i <= 72; ++i)
-    circle.push_back({50 * std::cos(i * pi / 36), 30 * std::sin(i * pi / 36)});
-  circle.back() = circle.front();
+    ellipse.push_back({50 * std::cos(i * step), 30 * std::sin(i * step)});
+  ellipse.back() = ellipse.front();
   QvPoint2fArray ring;
-  for (const P2& p : circle) ring.Add(p.x, p.y);
+  for (const P2& p : ellipse) ring.Add(p.x, p.y);
   QvPath2f closed;
   const QvULong segments = QvBezierTool().ClosedFit(ring, 0.25, 3, 0.2, 0, &closed);
   EXPECT_GE(segments, 2u);
   EXPECT_LT(segments, 20u);
   ASSERT_EQ(1 + 3 * segments, closed.NumPoints());
   const std::vector<P2> outline = dense_cubics(closed);
-  for (const P2& p : circle) EXPECT_LT(bezier_test::dist_to_polyline(p, outline), 2 * 0.2);
+  for (const P2& p : ellipse) EXPECT_LT(bezier_test::dist_to_polyline(p, outline), 2 * 0.2);
 }

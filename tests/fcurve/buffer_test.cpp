@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -170,4 +171,32 @@ TEST(StdFCurveBuffer, OldestForm) {
   QvStdFCurve untouched;
   EXPECT_EQ(0u, untouched.ReadFromBufferBody(b.data() + 4));
   EXPECT_EQ(0u, untouched.GetNumKeys());
+}
+
+TEST(StdFCurveBuffer, UserDataTravelsWithTheBody) {
+  QvStdFCurve curve;
+  append_key(curve, 0.0, 1.0, Base::FSLinear);
+  append_key(curve, 2.0, 3.0, Base::FSLinear);
+  const _pmbUID id = {0x12345678u, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
+  const unsigned char blob[] = {9, 8, 7};
+  ASSERT_EQ(1, curve.SetFCurveUserData(id, blob, 3));
+  double at = 2.0;
+  ASSERT_EQ(1, curve.SetKeyUserData(at, id, blob, 2, 0.0));
+  const std::vector<unsigned char> bytes = write(curve);
+  QvBaseFCurve* copy = nullptr;
+  ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &copy));
+  std::unique_ptr<QvBaseFCurve> owned(copy);
+  const unsigned char* data = nullptr;
+  QvULong size = 0;
+  ASSERT_EQ(1, copy->GetFCurveUserData(id, data, size));
+  EXPECT_EQ(3u, size);
+  ASSERT_EQ(1, copy->GetKeyUserData(at, id, data, size, 0.0));
+  EXPECT_EQ(2u, size);
+  EXPECT_EQ(bytes, write(static_cast<const QvStdFCurve&>(*copy)));
+  // A store that is damaged fails the whole read.
+  std::vector<unsigned char> bad = bytes;
+  set_word(bad, 4 + 50 + 64 * 2 + 4, 255);
+  QvStdFCurve target;
+  EXPECT_EQ(0u, target.ReadFromBufferBody(bad.data() + 4));
+  EXPECT_EQ(0, target.HasUserData());
 }

@@ -91,19 +91,6 @@ TEST(StdFCurveEval, SnapOntoAJump) {
   EXPECT_EQ(9.0, curve.Eval(3.0, 0));
 }
 
-TEST(StdFCurveEval, SingleKeyDoesNotFold) {
-  for (auto method : {Base::ExtrapolationCycle, Base::ExtrapolationCycleOffset}) {
-    SCOPED_TRACE(method);
-    Curve curve;
-    append_key(curve, 2.0, -1.0, 4.0, Base::FSBezierCubic);
-    set_extrapolation(curve, method);
-    EXPECT_EQ(-1.0, curve.Eval(-7.0, 0));
-    EXPECT_EQ(4.0, curve.Eval(2.0, 0));
-    EXPECT_EQ(4.0, curve.Eval(9.0, 0));
-    EXPECT_EQ(9.0, curve.FoldParameter(9.0));
-  }
-}
-
 TEST(StdFCurveEval, ClampPassesNaN) {
   Curve curve;
   append_key(curve, 0.0, -3.0, Base::FSLinear);
@@ -118,7 +105,8 @@ TEST(StdFCurveEval, ClampPassesNaN) {
   EXPECT_TRUE(std::isnan(curve.Eval(2.0, 1)));
 }
 
-TEST(StdFCurveEval, FoldParameter) {
+// Folding maps into the key range only when the curve cycles and has a range to cycle over.
+TEST(StdFCurveEval, Folding) {
   Curve curve;
   two_key_line(curve);
   EXPECT_EQ(25.0, curve.FoldParameter(25.0));  // not cycling: unchanged
@@ -128,6 +116,16 @@ TEST(StdFCurveEval, FoldParameter) {
   EXPECT_EQ(0.0, curve.FoldParameter(20.0));
   EXPECT_EQ(10.0, curve.FoldParameter(-10.0));
   EXPECT_EQ(10.0, curve.FoldParameter(10.0 - 1e-13));  // snapped onto the key
+  for (auto method : {Base::ExtrapolationCycle, Base::ExtrapolationCycleOffset}) {
+    SCOPED_TRACE(method);
+    Curve single;
+    append_key(single, 2.0, -1.0, 4.0, Base::FSBezierCubic);
+    set_extrapolation(single, method);
+    EXPECT_EQ(-1.0, single.Eval(-7.0, 0));
+    EXPECT_EQ(4.0, single.Eval(2.0, 0));
+    EXPECT_EQ(4.0, single.Eval(9.0, 0));
+    EXPECT_EQ(9.0, single.FoldParameter(9.0));
+  }
 }
 
 // The handle rules, checked through the evaluated handles that KeyInfo also reports.

@@ -20,23 +20,16 @@ void expect_point(const P& want, const P& got) {
 
 const QvStdFCurveKey& key(const QvStdFCurve& c, QvULong i) { return c.GetImpl()->Key(i); }
 
-TEST(CreateKey, FirstKeyTakesTheKindsAndTheEmptyValue) {
-  QvStdFCurve c(4.0, QvBaseFCurve::FSBezierCubic);
-  ASSERT_EQ(1, c.CreateKey(2.0, 5.0, QvBaseFCurve::FSLinear, QvBaseFCurve::FSConstant));
-  ASSERT_EQ(1u, c.GetNumKeys());
-  EXPECT_EQ(QvBaseFCurve::FSConstant, key(c, 0).segmentKind);
-  EXPECT_EQ(QvBaseFCurve::FSLinear, c.GetFirstSegmentKind());
-  EXPECT_EQ(5.0, c.GetImpl()->m_valueWhenNoKeys);
-  EXPECT_EQ(0, c.CreateKey(std::nan(""), 1.0));
-  EXPECT_EQ(0, c.CreateKey(3.0, 1.0, static_cast<FS>(4), static_cast<FS>(0)));
-  EXPECT_EQ(1u, c.GetNumKeys());
-}
-
 // Keys at 0 and 3 with value 0 and 3: each handle one third of the gap away, level, and the lone
 // first key's collapsed left handle mirrored out of the way.
 TEST(CreateKey, AppendAndPrependPlaceHandlesAtThirds) {
-  QvStdFCurve c(0.0, QvBaseFCurve::FSBezierCubic);
-  ASSERT_EQ(1, c.CreateKey(0.0, 0.0));
+  QvStdFCurve c(4.0, QvBaseFCurve::FSConstant);
+  EXPECT_EQ(0, c.CreateKey(std::nan(""), 1.0));
+  EXPECT_EQ(0, c.CreateKey(3.0, 1.0, static_cast<FS>(4), static_cast<FS>(0)));
+  // The first key takes both kinds and becomes the value of the empty curve.
+  ASSERT_EQ(1, c.CreateKey(0.0, 0.0, QvBaseFCurve::FSLinear, QvBaseFCurve::FSBezierCubic));
+  EXPECT_EQ(QvBaseFCurve::FSLinear, c.GetFirstSegmentKind());
+  EXPECT_EQ(0.0, c.GetImpl()->m_valueWhenNoKeys);
   ASSERT_EQ(1, c.CreateKey(3.0, 3.0));
   expect_point(P(-1, 0), key(c, 0).leftHandle);
   expect_point(P(1, 0), key(c, 0).rightHandle);
@@ -53,12 +46,12 @@ TEST(CreateKey, AppendAndPrependPlaceHandlesAtThirds) {
 
   // Before the first key the mirror case: the first key's left handle continues its right one.
   ASSERT_EQ(1, c.SetKeyTgtHandle(0.0, QvBaseFCurve::KeySideRight, P(1, 2), 0.0));
-  ASSERT_EQ(1, c.CreateKey(-3.0, 1.0, QvBaseFCurve::FSLinear, static_cast<FS>(0)));
+  ASSERT_EQ(1, c.CreateKey(-3.0, 1.0, QvBaseFCurve::FSConstant, static_cast<FS>(0)));
   expect_point(P(-1, -2), key(c, 1).leftHandle);
   expect_point(P(-2, 1), key(c, 0).rightHandle);
   expect_point(P(-4, 1), key(c, 0).leftHandle);
-  EXPECT_EQ(QvBaseFCurve::FSLinear, c.GetFirstSegmentKind());
-  EXPECT_EQ(QvBaseFCurve::FSBezierCubic, key(c, 0).segmentKind);
+  EXPECT_EQ(QvBaseFCurve::FSConstant, c.GetFirstSegmentKind());
+  EXPECT_EQ(QvBaseFCurve::FSLinear, key(c, 0).segmentKind);  // the old first segment kind
   EXPECT_EQ(1.0, c.GetImpl()->m_valueWhenNoKeys);
   EXPECT_TRUE(qv::test::every_segment_valid(c));
 }
@@ -184,7 +177,7 @@ TEST(CreateKey, InsertThenRemoveRestoresAThirdsCubic) {
   EXPECT_NEAR(-1.0, key(c, 1).leftHandle.y, 1e-9);
 }
 
-TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndKeepsAJump) {
+TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndTakesTheValueOnAKey) {
   QvStdFCurve c(0.0, QvBaseFCurve::FSLinear);
   qv::test::append_key(c, 0.0, 0.0, QvBaseFCurve::FSLinear);
   qv::test::append_key(c, 1.0, 1.0, 3.0, QvBaseFCurve::FSLinear);
@@ -194,10 +187,12 @@ TEST(CreateKey, NonModifyingKeyFoldsIntoTheCycleAndKeepsAJump) {
   double p;
   ASSERT_EQ(1, c.GetKeyParameter(1, p));
   EXPECT_DOUBLE_EQ(0.5, p);
+  // On a key the value that the curve has there, the right one, goes to both sides.
   ASSERT_EQ(1, c.CreateNonModifyingKey(1.0, 1));
   EXPECT_EQ(4u, c.GetNumKeys());
-  EXPECT_EQ(1.0, key(c, 2).leftValue);
+  EXPECT_EQ(3.0, key(c, 2).leftValue);
   EXPECT_EQ(3.0, key(c, 2).rightValue);
+  EXPECT_EQ(0, QvStdFCurve().CreateNonModifyingKey(0.0, 1));
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ Probe keyed_curve() {
   return c;
 }
 
-TEST(CurveUserData, StoreIsMadeOnFirstWriteOnly) {
+TEST(CurveUserData, StoreIsMadeOnFirstWriteAndCopiedDeeply) {
   Probe c;
   const unsigned char* data = nullptr;
   QvULong size = 7;
@@ -69,27 +69,18 @@ TEST(CurveUserData, StoreIsMadeOnFirstWriteOnly) {
   EXPECT_EQ(1, c.RemoveFCurveUserData(uid(1)));
   EXPECT_EQ(0, c.HasUserData());
   EXPECT_EQ(11u, c.GetUserDataBufferSize());  // a store that holds nothing
-  EXPECT_EQ(0, c.SetFCurveUserData(uid(1), nullptr, 3));
-}
 
-TEST(CurveUserData, CurveBlobsReplaceAndCopyDeeply) {
-  Probe c;
   ASSERT_EQ(1, c.SetFCurveUserData(uid(1), kBytes, 3));
-  ASSERT_EQ(1, c.SetFCurveUserData(uid(1), kBytes + 1, 2));
-  const unsigned char* data;
-  QvULong size;
-  ASSERT_EQ(1, c.GetFCurveUserData(uid(1), data, size));
-  EXPECT_EQ(2u, size);
-  EXPECT_EQ(0xCD, data[0]);
-
+  ASSERT_EQ(1, c.SetFCurveUserData(uid(1), kBytes + 1, 2));  // replaces
   std::unique_ptr<QvBaseFCurve> copy(c.Clone());
   ASSERT_TRUE(copy);
   EXPECT_EQ(1, c.RemoveFCurveUserData(uid(1)));
   ASSERT_EQ(1, copy->GetFCurveUserData(uid(1), data, size));
   EXPECT_EQ(2u, size);
+  EXPECT_EQ(0xCD, data[0]);
 }
 
-TEST(CurveUserData, KeyBlobsAreFoundWithinTheTolerance) {
+TEST(CurveUserData, KeySetsAreFoundByToleranceAndFollowTheirKeys) {
   Probe empty;
   double p = 1.0;
   EXPECT_EQ(0, empty.SetKeyUserData(p, uid(1), kBytes, 3, 0.5));
@@ -101,39 +92,29 @@ TEST(CurveUserData, KeyBlobsAreFoundWithinTheTolerance) {
   EXPECT_EQ(2.1, p);
   ASSERT_EQ(1, c.SetKeyUserData(p, uid(1), kBytes, 3, 0.2));
   EXPECT_EQ(2.0, p);
-  EXPECT_EQ(1, c.HasUserData(2.0));
   EXPECT_EQ(0, c.HasUserData(2.1));  // the key is found exactly here
-
   const unsigned char* data;
   QvULong size;
   p = 1.9;
   ASSERT_EQ(1, c.GetKeyUserData(p, uid(1), data, size, 0.2));
   EXPECT_EQ(3u, size);
-  p = 2.0;
   EXPECT_EQ(0, c.RemoveKeyUserData(p, uid(2), 0.0));
   EXPECT_EQ(1, c.RemoveKeyUserData(p, uid(1), 0.0));
-  EXPECT_EQ(0, c.HasUserData(2.0));
   EXPECT_EQ(nullptr, c.GetUserDataSet(2.0));  // the last blob takes its set with it
-}
 
-TEST(CurveUserData, KeySetsFollowShiftsScalesAndMoves) {
-  Probe c = keyed_curve();
-  for (double p : {1.0, 2.0, 3.0}) {
-    double q = p;
-    const unsigned char b = static_cast<unsigned char>(p);
+  for (double q : {1.0, 2.0, 3.0}) {
+    const unsigned char b = static_cast<unsigned char>(q);
     ASSERT_EQ(1, c.SetKeyUserData(q, uid(7), &b, 1, 0.0));
   }
-  auto blob_at = [&c](double p) -> int {
-    const CFCUserDataSet* set = c.GetUserDataSet(p);
-    if (set == nullptr) return -1;
-    return set->Find(uid(7))->at(0);
+  auto blob_at = [&c](double q) -> int {
+    const CFCUserDataSet* set = c.GetUserDataSet(q);
+    return set == nullptr ? -1 : set->Find(uid(7))->at(0);
   };
   c.TranslateAllKeyUserData(0.5);
-  EXPECT_EQ(1, blob_at(1.5));
-  EXPECT_EQ(-1, blob_at(1.0));
   c.ScaleAllKeyUserData(2.0);
+  EXPECT_EQ(-1, blob_at(1.0));
+  EXPECT_EQ(1, blob_at(3.0));
   EXPECT_EQ(3, blob_at(7.0));
-
   // A swap of two sets: one pass must not overwrite a set that is still to move.
   QvDoubleArray from;
   QvDoubleArray to;
@@ -204,6 +185,16 @@ TEST(CurveUserData, BlockRoundTripsAndRefusesEveryTruncation) {
   no_data[8] = 0;
   EXPECT_EQ(5u, target.Read(no_data));
   EXPECT_FALSE(target.HasStore());
+
+  // A store that is there already keeps its own curve blobs; the set read still counts.
+  ASSERT_EQ(1, target.SetFCurveUserData(uid(3), kBytes + 2, 1));
+  EXPECT_EQ(block.size() - 4, target.Read(block));
+  const unsigned char* data;
+  QvULong size;
+  ASSERT_EQ(1, target.GetFCurveUserData(uid(3), data, size));
+  EXPECT_EQ(1u, size);
+  EXPECT_EQ(0, target.GetFCurveUserData(uid(1), data, size));
+  EXPECT_NE(nullptr, target.GetUserDataSet(3.0));
 }
 
 }  // namespace

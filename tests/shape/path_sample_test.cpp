@@ -13,10 +13,7 @@ using qv_test::P;
 
 namespace {
 
-struct Samples {
-  QvPoint2fArray points;
-  QvPointTagArray tags;
-};
+struct Samples { QvPoint2fArray points; QvPointTagArray tags; };
 
 Samples sample(const QvPath2f& path, double spacing, double tolerance = 0.1) {
   QvGC gc;
@@ -33,10 +30,8 @@ TEST(PathSample, StraightLinesAndLonePoints) {
   path.Lineto(P(10, 0));
   path.Moveto(P(0, 5));  // a lone point: itself twice
   const float third = static_cast<float>(10.0 / 3.0), two_thirds = static_cast<float>(20.0 / 3.0);
-  struct Case {
-    double spacing;
-    std::vector<float> xs;  // the end at 10 is sampled only when nothing else is
-  };
+  // The end at 10 is sampled only when nothing else is.
+  struct Case { double spacing; std::vector<float> xs; };
   const Case cases[] = {
       {3.0, {0, third, two_thirds}},  // n = 3, step 3.3333
       {3.9, {0, third, two_thirds}},  // fmod 2.2 is above half of 3.9: rounds up

@@ -35,6 +35,12 @@ inline QvExtent2<float> box(float x0, float y0, float x1, float y1) {
   return e;
 }
 
+inline QvExtent2<float> universe() {
+  QvExtent2<float> e;
+  e.state = QvExtentStates::ExtentUniverse;
+  return e;
+}
+
 // The whole stored form of a shape: length word and body.
 inline std::vector<unsigned char> stored(const QvShape2f& shape) {
   std::vector<unsigned char> bytes(shape.GetBufferSize());
