@@ -11,6 +11,7 @@
 namespace qv::internal {
 
 QvPoint2<double> outline_tangent(const QvPoint2fArray& points, QvULong k) {
+  if (points.size < 3) return QvPoint2<double>();
   const QvULong m = points.size - 1;  // distinct points; the last repeats the first
   const bool wrap = k < 4 || k + 4 > m;
   auto at = [&](QvULong base, QvULong d, bool forward) -> const QvPoint2<float>& {
