@@ -28,5 +28,6 @@
 #include <qv/QvRect2f.h>
 #include <qv/QvOval2f.h>
 #include <qv/QvShapeSetOps.h>
+#include <qv/QvVectorizer.h>
 
 #endif
