@@ -3,6 +3,7 @@
 #include <qv/QvGC.h>
 #include <qv/QvOval2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvPath2fProp1d.h>
 #include <qv/QvRect2f.h>
 #include <qv/QvTransfo4.h>
 
@@ -87,6 +88,8 @@ QvShape2f* make_shape(QvShape2f::Kind kind) {
       return new QvRect2f();
     case QvShape2f::KindOval:
       return new QvOval2f();
+    case QvShape2f::KindPathProp:
+      return new QvPath2fProp1d(1);
     default:
       return nullptr;
   }
