@@ -347,7 +347,9 @@ QvLong QvMorpher::LinearMorph(double t, QvPath2fProp1d& result) {
     if (QvPoint2<float>(head.x - tail.x, head.y - tail.y).Length() > s.step) {
       open_fit(blended, s, result);
     } else {
-      if (std::fabs(head.x - tail.x) > 1e-7f || std::fabs(head.y - tail.y) > 1e-7f) blended.Add(head);
+      if (std::fabs(static_cast<double>(head.x) - tail.x) > 1e-7 ||
+          std::fabs(static_cast<double>(head.y) - tail.y) > 1e-7)
+        blended.Add(head);
       closed_fit(blended, s, result);
     }
     blend_prop_curves(prop_side(source, sa.first, static_cast<double>(sa.steps),

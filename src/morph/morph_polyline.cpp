@@ -36,6 +36,7 @@ void morph_resample(const QvPoint2fArray& polyline, const std::vector<double>& c
                     QvPoint2fArray& out) {
   const QvULong count = polyline.size;
   if (count == 0 || n == 0) return;
+  const QvULong first_out = out.size;
   const double total = cum[count - 1];
   if (total >= -1e-9 && total <= 1e-9) {
     for (QvULong k = 0; k <= n; ++k) out.Add(polyline[0]);
@@ -65,6 +66,9 @@ void morph_resample(const QvPoint2fArray& polyline, const std::vector<double>& c
     }
   }
   out.Add(polyline[count - 1]);
+  // A rounding that ran the walk off the end early would leave the two sides
+  // of a blend with different counts; the last point fills the gap.
+  while (out.size < first_out + n + 1) out.Add(polyline[count - 1]);
 }
 
 QvULong morph_step_count(double length_a, double length_b, double step) {

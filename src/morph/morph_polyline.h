@@ -22,7 +22,7 @@ double morph_measure(const QvPoint2fArray& polyline, std::vector<double>& cum);
 
 // Appends n + 1 points equally spaced in arc length to out, the first and
 // last being the polyline's own. A polyline of no length gives its first point
-// n + 1 times. polyline must hold at least one point; n at least 1.
+// n + 1 times. Nothing is appended for an empty polyline or n = 0.
 void morph_resample(const QvPoint2fArray& polyline, const std::vector<double>& cum, QvULong n,
                     QvPoint2fArray& out);
 
