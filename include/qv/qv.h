@@ -29,5 +29,6 @@
 #include <qv/QvOval2f.h>
 #include <qv/QvShapeSetOps.h>
 #include <qv/QvVectorizer.h>
+#include <qv/QvMorpher.h>
 
 #endif
