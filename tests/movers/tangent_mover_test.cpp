@@ -1,0 +1,3 @@
+#include <gtest/gtest.h>
+#include <qv/QvFCurveMovers.h>
+TEST(Placeholder, tangent_mover_test) {}
