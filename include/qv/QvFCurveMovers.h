@@ -34,9 +34,8 @@ class QV_API QvFCurveKeyMover {
                 QvExtent2<double>& selection, double from, double to);
   QvLong Finalize();
 
-  class Impl;
-
  private:
+  class Impl;
   Impl* m_impl;
 };
 
@@ -65,9 +64,8 @@ class QV_API QvFCurveStretcher {
   QvLong ComputeScalingFactorAndTranslationVector(QvPoint2<double>& translation, double& scale);
   QvLong Finalize();
 
-  class Impl;
-
  private:
+  class Impl;
   Impl* m_impl;
 };
 

@@ -17,7 +17,7 @@ using qv::internal::kMoverMargin;
 
 // The snapshot taken at mouse-down. Every Update starts again from it, so offsets are always
 // measured from the start of the drag and rounding never accumulates over a long drag.
-class QvFCurveKeyMover::Impl {
+class [[gnu::visibility("hidden")]] QvFCurveKeyMover::Impl {
  public:
   using Kind = QvBaseFCurve::Kind;
 

@@ -15,7 +15,7 @@ using qv::internal::kMoverMargin;
 // The selection is every key between the first and the last key given, as a box drawn around
 // them would hold. Each Update restores the snapshot and applies the scale that the offset
 // means, so the scale is always relative to the box at mouse-down.
-class QvFCurveStretcher::Impl {
+class [[gnu::visibility("hidden")]] QvFCurveStretcher::Impl {
  public:
   using Kind = QvBaseFCurve::Kind;
   using RegionHandle = QvBaseFCurve::RegionHandle;
