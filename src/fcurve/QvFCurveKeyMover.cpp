@@ -3,7 +3,6 @@
 #include "fcurve/QvStdFCurveImpl.h"
 #include "fcurve/edit_ops.h"
 #include "fcurve/mover_common.h"
-#include "fcurve/userdata_set.h"
 
 #include <algorithm>
 #include <cmath>
@@ -173,33 +172,27 @@ bool QvFCurveKeyMover::Impl::MoveStandard(double dx, double dy) {
   return true;
 }
 
-// Other kinds have plain keys: a parameter, a value and lock flags that a movable key does not
-// have set. They are taken out and created again at their new places.
+// Other kinds move each key through the frame's own stretch slot with a scale of 1, which keeps
+// everything the kind stores with a key (locks, user data, the other channels of a rotation key)
+// and re-inserts it at its new place. Keys go in the order of the move, the leading one first,
+// so that no key is ever moved onto another of the selection.
 bool QvFCurveKeyMover::Impl::MoveGeneric(double dx, double dy) {
   if (curve.Set(*snapshot) == 0) return false;
-  if (dx == 0.0 && dy == 0.0) return true;
-  std::vector<double> values(selected.size());
-  for (std::size_t k = 0; k < selected.size(); ++k) {
-    if (snapshot->GetKeyValue(selected[k], QvBaseFCurve::KeySideRight, values[k], 0.0) == 0)
-      return false;
-  }
   bool ok = true;
-  for (double p : selected) ok = ok && curve.RemoveKey(p, 0.0) != 0;
-  for (std::size_t k = 0; ok && k < selected.size(); ++k) {
-    const double p = selected[k] + dx;
-    ok = curve.CreateKey(p, values[k] + dy) != 0;
-    if (ok) {
-      const CFCUserDataSet* set = snapshot->GetUserDataSet(selected[k]);
-      if (set != nullptr) curve.SetUserDataSet(*set, p);
+  const std::size_t n = selected.size();
+  if (dx != 0.0) {
+    for (std::size_t k = 0; ok && k < n; ++k) {
+      const double p = selected[dx > 0.0 ? n - 1 - k : k];
+      ok = curve.ScaleAndOffsetParameters(p, p, 0.0, 1.0, dx, 0, 0,
+                                          QvBaseFCurve::RegionHandleMaxParameter) != 0;
     }
   }
-  if (ok && (kind == QvBaseFCurve::KindBoolean || kind == QvBaseFCurve::KindInteger)) {
-    // Removing and creating a first key rewrites the value before it; the step to the left of
-    // the curve belongs to no key and must stay as it was.
-    const double before = snapshot->GetMinusInfinityVal();
-    double first = 0.0;
-    if (curve.GetMinusInfinityVal() != before && curve.GetSmallestKeyParameter(first) != 0)
-      ok = curve.SetKeyValue(first, QvBaseFCurve::KeySideLeft, before, 0.0) != 0;
+  if (dy != 0.0) {
+    for (std::size_t k = 0; ok && k < n; ++k) {
+      const double p = selected[k] + dx;
+      ok = curve.ScaleAndOffsetParameters(p, p, 0.0, 1.0, dy, 0, 0,
+                                          QvBaseFCurve::RegionHandleMaxValue) != 0;
+    }
   }
   if (!ok) curve.Set(*snapshot);
   return ok;
