@@ -15,10 +15,19 @@
 #include <qv/QvBaseFCurve.h>
 #include <qv/QvStdFCurve.h>
 #include <qv/QvRawFCurve.h>
+#include <qv/QvQuatFCurve.h>
+#include <qv/QvBooleanFCurve.h>
+#include <qv/QvIntegerFCurve.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvPath2fProp1d.h>
 #include <qv/QvFill.h>
+#include <qv/QvMotionPath3d.h>
+#include <qv/QvRect2f.h>
+#include <qv/QvOval2f.h>
+#include <qv/QvShapeSetOps.h>
+#include <qv/QvVectorizer.h>
 
 #endif

@@ -238,8 +238,8 @@ std::vector<QvULong> cardinal_fit_keys(const double* t, const V* v, QvULong n, b
   const QvULong from = closed ? 2 : 1;
   const QvULong to = closed ? n - 3 : n - 2;
   for (QvULong i = from; walk && i <= to; ++i) {
-    QvULong left[3];
-    QvULong right[3];
+    QvULong left[3] = {};
+    QvULong right[3] = {};
     int nl = 0;
     int nr = 0;
     for (QvULong j = i; j > 0 && nl < 3;)

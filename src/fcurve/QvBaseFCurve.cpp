@@ -2,23 +2,11 @@
 
 #include "fcurve/userdata_store.h"
 
+#include <qv/QvBooleanFCurve.h>
+#include <qv/QvIntegerFCurve.h>
+#include <qv/QvQuatFCurve.h>
 #include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
-
-// The other kinds join the factory as their classes are added to the library; until then a body
-// of such a kind reads as one of an unknown kind.
-#if __has_include(<qv/QvBooleanFCurve.h>)
-#include <qv/QvBooleanFCurve.h>
-#define QV_HAVE_BOOLEAN_FCURVE 1
-#endif
-#if __has_include(<qv/QvIntegerFCurve.h>)
-#include <qv/QvIntegerFCurve.h>
-#define QV_HAVE_INTEGER_FCURVE 1
-#endif
-#if __has_include(<qv/QvQuatFCurve.h>)
-#include <qv/QvQuatFCurve.h>
-#define QV_HAVE_QUAT_FCURVE 1
-#endif
 
 #include <cstring>
 #include <new>
@@ -80,22 +68,16 @@ QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
   switch (kind) {
     case QvBaseFCurve::KindStandard:
       return new QvStdFCurve(0.0, QvBaseFCurve::FSBezierCubic);
-#ifdef QV_HAVE_BOOLEAN_FCURVE
     case QvBaseFCurve::KindBoolean:
       return new QvBooleanFCurve(1.0);
-#endif
-#ifdef QV_HAVE_INTEGER_FCURVE
     case QvBaseFCurve::KindInteger:
       return new QvIntegerFCurve(0.0);
-#endif
     case QvBaseFCurve::KindRaw:
       return new QvRawFCurve(0.0);
-#ifdef QV_HAVE_QUAT_FCURVE
     case QvBaseFCurve::KindQuat:
       return new QvQuatFCurve(QvULong{0});
-#endif
     default:
-      return nullptr;  // a kind whose class this build lacks reads as an unknown kind
+      return nullptr;  // an unknown kind
   }
 }
 

@@ -106,7 +106,7 @@ void aa_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), Pre
 template <class T, class Prepare, class AAFillCall>
 void soft_fill_path(const QvGC& gc, QvRaster<T>& raster, QvLong (*poll)(void), Prepare&& prepare,
                     AAFillCall&& aa_fill_call) {
-  if (raster.width <= 0 || raster.height <= 0) return;  // nothing to rewrite
+  if (raster.width < 0 || raster.height < 0) return;  // no buffer can be sized for it
   CFillContext context;
   FillBox box;
   QvLong count = 0;

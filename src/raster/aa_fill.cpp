@@ -87,6 +87,8 @@ template <class T, int S>
 class AAScan {
  public:
   using Word = typename Mask<S>::Word;
+  // Spans of up to this many words between their end words set them at once.
+  static constexpr QvLong kShortSpan = 9;
 
   AAScan(CFillContext& context, QvLong num_points, const FillBox& box,
          const AAFillParams& params, const PixelRows<T>& raster, PollFunction poll)
@@ -112,18 +114,25 @@ class AAScan {
     if (m_p == 0) {
       // Every span of a sub-row takes two crossings at least.
       m_extentCapacity = static_cast<std::size_t>(num_points) / 2 + 1;
-      m_extents.resize(m_extentCapacity * S);
-      m_full.resize(m_extentCapacity);
-      m_scratch.resize(m_extentCapacity);
+      m_extents.resize(m_extentCapacity * (S + 2));
+      m_full = m_extents.data() + m_extentCapacity * S;
+      m_scratch = m_full + m_extentCapacity;
     }
   }
 
   void Run() {
-    if (m_xLo >= m_xHi || m_yLo >= m_yHi) return;
-    const QvLong first = static_cast<QvLong>(m_xLo - m_p);
-    const QvLong end = static_cast<QvLong>(m_xHi + m_p);
     const std::int64_t py0 = m_yLo - m_p;
     const std::int64_t py1 = m_yHi + m_p;
+    if (m_xLo >= m_xHi || m_yLo >= m_yHi) {
+      // Nothing can be written, but the host still sees its poll at every
+      // sub-row the scan would visit.
+      for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy)
+        if (m_poll != nullptr && (m_pollEverySubRow || (sy & (S - 1)) == 0) && m_poll() != 0)
+          return;
+      return;
+    }
+    const QvLong first = static_cast<QvLong>(m_xLo - m_p);
+    const QvLong end = static_cast<QvLong>(m_xHi + m_p);
     m_first = first;
     m_end = end;
 
@@ -153,14 +162,19 @@ class AAScan {
         // are noted with the span and set, where needed, at the flush.
         QvLong& count = m_extentCount[j];
         Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-        m_walker.Spans(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
+        m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
           const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
           const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
           SetEnds(row, shift, left, right, a, b, touched);
-          extents[count++] = Range{a, b};
+          if (b - a <= kShortSpan) {
+            const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
+            for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
+          } else {
+            extents[count++] = Range{a, b};
+          }
         });
       } else {
-        m_walker.Spans(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
+        m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
           const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
           const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
           SetEnds(row, shift, left, right, a, b, touched);
@@ -168,7 +182,6 @@ class AAScan {
           for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
         });
       }
-      m_walker.Step();
       if (((sy + 1) & (S - 1)) == 0) {
         const std::int64_t py = (sy + 1) / S - 1;
         if (m_p == 0)
@@ -215,18 +228,43 @@ class AAScan {
 
   // Flush without a filter. Spans of one sub-row never share a sub-sample
   // with the whole words of another span of it, so a word that lies between
-  // the end words of a span in every sub-row was never written: it is a full
-  // pixel, and clean. Those words form the intersection over the sub-rows of
-  // their span interiors; the other interior words get their bits here, and
-  // only the rest of the touched range is counted.
+  // the end words of a long span in every sub-row was never written: it is a
+  // full pixel, and clean. Those words form the intersection over the sub-rows
+  // of the long spans' interiors; the other interior words of long spans get
+  // their bits here, and only the rest of the touched range is counted. Short
+  // spans set their whole words as they come: they would rarely hold a full
+  // pixel, and noting them costs more than the few words.
   void FlushPlain(QvLong py) noexcept {
     Range& touched = m_ranges[0];
     if (touched.first <= touched.last) {
-      const std::size_t full_count = FullWords();
-      const Range* full = m_full.data();
+      // Spans of a list that crossings which are not numbers have disordered
+      // may overlap and write inside each other's whole words: then every
+      // word is counted, and so cleared.
+      const bool ordered = m_walker.Ordered();
+      bool aligned = ordered;
+      for (int j = 1; j < S; ++j) aligned &= m_extentCount[j] == m_extentCount[0];
+      const std::size_t full_count = aligned ? AlignedFullWords() : ordered ? FullWords() : 0;
+      const Range* full = m_full;
       for (int j = 0; j < S; ++j) {
         const Word bits = static_cast<Word>(Mask<S>::kSubRow << (S * j));
         const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
+        if (aligned) {
+          // The k-th full range, if any, lies inside the k-th span of every
+          // sub-row: the span's words are those on either side of it.
+          const Range* groups = m_scratch;
+          for (QvLong k = 0; k < m_extentCount[j]; ++k) {
+            const QvLong first = extents[k].first + 1;
+            const QvLong last = extents[k].last - 1;
+            const Range g = groups[k];
+            if (g.first <= g.last) {
+              for (QvLong w = first; w < g.first; ++w) m_new[w] |= bits;
+              for (QvLong w = g.last + 1; w <= last; ++w) m_new[w] |= bits;
+            } else {
+              for (QvLong w = first; w <= last; ++w) m_new[w] |= bits;
+            }
+          }
+          continue;
+        }
         std::size_t f = 0;
         for (QvLong k = 0; k < m_extentCount[j]; ++k) {
           QvLong x = extents[k].first + 1;
@@ -280,6 +318,28 @@ class AAScan {
     }
   }
 
+  // When every sub-row holds as many long spans, the k-th spans of the
+  // sub-rows usually cover the same stretch of one shape: the words inside all
+  // of them are full. m_scratch[k] receives that range of the k-th spans
+  // (empty when they do not overlap) and m_full the non-empty ones in order;
+  // returns their count. Full words missed by the pairing are merely counted.
+  std::size_t AlignedFullWords() noexcept {
+    std::size_t count = 0;
+    const Range* extents = m_extents.data();
+    for (QvLong k = 0; k < m_extentCount[0]; ++k) {
+      QvLong first = extents[k].first;
+      QvLong last = extents[k].last;
+      for (int j = 1; j < S; ++j) {
+        const Range& e = extents[static_cast<std::size_t>(j) * m_extentCapacity + static_cast<std::size_t>(k)];
+        first = std::max(first, e.first);
+        last = std::min(last, e.last);
+      }
+      m_scratch[k] = Range{first + 1, last - 1};
+      if (first + 1 <= last - 1) m_full[count++] = m_scratch[k];
+    }
+    return count;
+  }
+
   // The words inside a span in every sub-row, as sorted disjoint ranges in
   // m_full; returns their count.
   std::size_t FullWords() noexcept {
@@ -294,11 +354,14 @@ class AAScan {
       } else {
         std::size_t f = 0;
         QvLong k = 0;
-        while (f < count && k < m_extentCount[j]) {
-          const QvLong lo = std::max(m_full[f].first, extents[k].first + 1);
-          const QvLong hi = std::min(m_full[f].last, extents[k].last - 1);
-          if (lo <= hi) m_scratch[next++] = Range{lo, hi};
-          if (m_full[f].last < extents[k].last - 1)
+        const Range* full = m_full;
+        Range* out = m_scratch;
+        const QvLong extent_count = m_extentCount[j];
+        while (f < count && k < extent_count) {
+          const QvLong lo = std::max(full[f].first, extents[k].first + 1);
+          const QvLong hi = std::min(full[f].last, extents[k].last - 1);
+          if (lo <= hi) out[next++] = Range{lo, hi};
+          if (full[f].last < extents[k].last - 1)
             ++f;
           else
             ++k;
@@ -395,9 +458,11 @@ class AAScan {
   Word* m_mid = nullptr;
   Word* m_old = nullptr;
   Range m_ranges[3] = {};
+  // The long spans of each sub-row of the pixel row, then two rows of ranges
+  // for the intersection of their interiors.
   std::vector<Range> m_extents;
-  std::vector<Range> m_full;
-  std::vector<Range> m_scratch;
+  Range* m_full = nullptr;
+  Range* m_scratch = nullptr;
   std::size_t m_extentCapacity = 0;
   QvLong m_extentCount[S] = {};
   T m_fullValue = T(0);

@@ -116,6 +116,7 @@ void EdgeWalker::HandleEdge(QvLong key, QvLong near_index, QvLong far_index, dou
     FillEdge& e = m_edges[m_active++];
     e.dxdy = (b.x - t.x) / (b.y - t.y);
     e.x = (upper - t.y) * e.dxdy + t.x - 0.5;
+    m_ordered &= e.x == e.x && e.dxdy - e.dxdy == 0.0;
     if (m_active > 1 && m_edges[m_active - 2].x > e.x) m_inverted = true;
     e.key = key;
     // The edge keyed by the near vertex runs from it downwards in path order.

@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace qv::internal {
 
@@ -52,11 +53,13 @@ inline double ceil_exact(double v) noexcept {
 }
 
 // The active edge list over one scan line at a time. Advance() brings in the
-// vertices that the scan line at `upper` has reached, the span makers hand the
-// pixel ranges [left, right] to a callback, and Step() moves every crossing
-// down one scan line.
+// vertices that the scan line at `upper` has reached; the span makers hand the
+// pixel ranges [left, right] to a callback and move every crossing down one
+// scan line.
 class EdgeWalker {
  public:
+  static constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
   EdgeWalker(CFillContext& context, QvLong num_points, bool winding) noexcept
       : m_points(context.points),
         m_vertices(context.vertices),
@@ -66,32 +69,38 @@ class EdgeWalker {
 
   void Advance(double lower, double upper) noexcept;
 
-  // Notes an inversion as it goes, so that the next Advance need not look
-  // for one.
-  void Step() noexcept {
-    FillEdge* e = m_edges;
-    if (m_active == 0) return;
-    e[0].x += e[0].dxdy;
-    bool inverted = false;
-    for (QvLong k = 1; k < m_active; ++k) {
-      e[k].x += e[k].dxdy;
-      inverted |= e[k - 1].x > e[k].x;
-    }
-    m_inverted |= inverted;
-  }
-
   QvLong ActiveCount() const noexcept { return m_active; }
+  // False once an edge has come in whose crossing is not a number or whose
+  // slope is not finite: the list may then be out of order whatever the
+  // sort does, and its spans may overlap. Finite crossings and slopes keep a
+  // total order, infinities included.
+  bool Ordered() const noexcept { return m_ordered; }
   bool Winding() const noexcept { return m_winding; }
 
-  // Pairs of crossings. x_min and x_max bound the columns written (x_max
-  // exclusive); ceiling and floor of the crossings keep centres on either
-  // crossing inside.
+  // The spans of the current scan line, then every crossing moved on to the
+  // next one, in one pass over the list: each crossing is read for its span
+  // and advanced at once, and an inversion is noted as it goes, so that the
+  // next Advance need not look for one.
+  //
+  // Even-odd: pairs of crossings. x_min and x_max bound the columns written
+  // (x_max exclusive); ceiling and floor of the crossings keep centres on
+  // either crossing inside.
   template <class SpanFn>
-  void EvenOddSpans(double x_min, double x_max, SpanFn&& span) const {
-    const FillEdge* e = m_edges;
-    for (QvLong k = 0; k + 1 < m_active; k += 2) {
+  void EvenOddSpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
+    FillEdge* e = m_edges;
+    const QvLong count = m_active;
+    double previous = -kInfinity;
+    bool inverted = false;
+    QvLong k = 0;
+    for (; k + 1 < count; k += 2) {
       const double x0 = e[k].x;
       const double x1 = e[k + 1].x;
+      const double next0 = x0 + e[k].dxdy;
+      const double next1 = x1 + e[k + 1].dxdy;
+      e[k].x = next0;
+      e[k + 1].x = next1;
+      inverted |= (previous > next0) | (next0 > next1);
+      previous = next1;
       if (!(x0 < x1)) continue;
       double left = ceil_exact(x0);
       if (left < x_min) left = x_min;
@@ -102,21 +111,38 @@ class EdgeWalker {
           span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));
       }
     }
+    if (k < count) {
+      const double next = e[k].x + e[k].dxdy;
+      e[k].x = next;
+      inverted |= previous > next;
+    }
+    m_inverted |= inverted;
   }
 
-  // Runs of non-zero winding. When the edges run out before the sum returns to
-  // zero the run reaches the far side of the box.
+  // Winding: runs of non-zero sum. When the edges run out before the sum
+  // returns to zero the run reaches the far side of the box.
   template <class SpanFn>
-  void WindingSpans(double x_min, double x_max, SpanFn&& span) const {
-    const FillEdge* e = m_edges;
+  void WindingSpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
+    FillEdge* e = m_edges;
+    const QvLong count = m_active;
+    double previous = -kInfinity;
+    bool inverted = false;
+    auto take = [e, &previous, &inverted](QvLong i) noexcept {
+      const double x = e[i].x;
+      const double next = x + e[i].dxdy;
+      e[i].x = next;
+      inverted |= previous > next;
+      previous = next;
+      return x;
+    };
     QvLong k = 0;
-    while (k < m_active) {
-      const double x0 = e[k].x;
+    while (k < count) {
+      const double x0 = take(k);
       QvLong sum = e[k].direction;
       ++k;
       double x1 = x0;
-      while (sum != 0 && k < m_active) {
-        x1 = e[k].x;
+      while (sum != 0 && k < count) {
+        x1 = take(k);
         sum += e[k].direction;
         ++k;
       }
@@ -128,14 +154,15 @@ class EdgeWalker {
         span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));
       }
     }
+    m_inverted |= inverted;
   }
 
   template <class SpanFn>
-  void Spans(double x_min, double x_max, SpanFn&& span) const {
+  void SpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
     if (m_winding)
-      WindingSpans(x_min, x_max, span);
+      WindingSpansAndStep(x_min, x_max, span);
     else
-      EvenOddSpans(x_min, x_max, span);
+      EvenOddSpansAndStep(x_min, x_max, span);
   }
 
  private:
@@ -152,8 +179,9 @@ class EdgeWalker {
   QvLong m_active = 0;
   bool m_winding;
   // Some neighbouring pair of active edges is out of order. Removal keeps the
-  // order, Step and an append can break it.
+  // order; stepping and an append can break it.
   bool m_inverted = false;
+  bool m_ordered = true;
 };
 
 // Inline: it runs once a scan line, or once a sub-sample row.

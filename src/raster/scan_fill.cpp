@@ -30,10 +30,9 @@ void scan_rows(EdgeWalker& walker, const FillBox& box, const PixelRows<T>& raste
     T* row = raster.Row(y);
     auto span = [row](std::int64_t left, std::int64_t right) { write_span(row, left, right); };
     if (kWinding)
-      walker.WindingSpans(x_min, x_max, span);
+      walker.WindingSpansAndStep(x_min, x_max, span);
     else
-      walker.EvenOddSpans(x_min, x_max, span);
-    walker.Step();
+      walker.EvenOddSpansAndStep(x_min, x_max, span);
   }
 }
 

@@ -105,10 +105,9 @@ bool soft_fill(CFillContext& context, QvLong num_points, const FillBox& box, boo
     walker.Advance(static_cast<double>(y) - 0.5, static_cast<double>(y) + 0.5);
     // Indexed by raster column.
     double* row = band + (static_cast<std::int64_t>(y) - box.yMin) * band_width - band_left;
-    walker.Spans(x_min, x_max, [row, n64, tail](std::int64_t left, std::int64_t right) {
+    walker.SpansAndStep(x_min, x_max, [row, n64, tail](std::int64_t left, std::int64_t right) {
       add_span(row, left, right, left - n64, right + n64, n64, tail);
     });
-    walker.Step();
   }
 
   // Every pixel is written: those whose column or row lies beyond the reach of

@@ -1,7 +1,10 @@
 #include <qv/QvShape2f.h>
 
 #include <qv/QvGC.h>
+#include <qv/QvOval2f.h>
 #include <qv/QvPath2f.h>
+#include <qv/QvPath2fProp1d.h>
+#include <qv/QvRect2f.h>
 #include <qv/QvTransfo4.h>
 
 #include "shape/shape_buffer.h"
@@ -81,6 +84,12 @@ QvShape2f* make_shape(QvShape2f::Kind kind) {
   switch (kind) {
     case QvShape2f::KindPath:
       return new QvPath2f(1);
+    case QvShape2f::KindRect:
+      return new QvRect2f();
+    case QvShape2f::KindOval:
+      return new QvOval2f();
+    case QvShape2f::KindPathProp:
+      return new QvPath2fProp1d(1);
     default:
       return nullptr;
   }

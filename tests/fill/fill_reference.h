@@ -6,6 +6,9 @@
 
 #include "raster/fill_internal.h"
 
+#include <qv/QvPath2f.h>
+#include <qv/QvRaster.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <random>
@@ -13,35 +16,44 @@
 
 namespace qvtest {
 
+using P = QvPoint2<float>;
+
+inline QvPath2f polyline_path(const std::vector<P>& points, bool close = false) {
+  QvPath2f path(16);
+  path.Moveto(points[0]);
+  for (std::size_t i = 1; i < points.size(); ++i) path.Lineto(points[i]);
+  if (close) path.Closeto();
+  return path;
+}
+
+inline QvPath2f rect_path(float x0, float y0, float x1, float y1) {
+  return polyline_path({P(x0, y0), P(x1, y0), P(x1, y1), P(x0, y1), P(x0, y0)}, true);
+}
+
+// Pixel (x, y) of the raster's rows, whatever their order in memory.
+template <class T>
+T pixel(const QvRaster<T>& r, QvLong x, QvLong y) {
+  return r.pixels[(r.bottomUp ? r.height - 1 - y : y) * r.width + x];
+}
+
 struct Pt {
   double x, y;
 };
 using Polygon = std::vector<Pt>;  // closed implicitly: the last vertex joins the first
 
-// Tagged polyline list as the flattening delivers it: each polygon repeats its
-// first point at the end, tagged TagLast.
-struct Tagged {
+// Loads polygons into the context's vertex table as the flattening delivers
+// them: each one repeats its first point at the end, tagged TagLast.
+inline QvLong load(const std::vector<Polygon>& polygons, double scale, CFillContext& context) {
   std::vector<QvPoint2<double>> points;
   std::vector<QvPointTag> tags;
-};
-
-inline Tagged tag_polygons(const std::vector<Polygon>& polygons) {
-  Tagged t;
-  for (const Polygon& poly : polygons) {
-    for (std::size_t i = 0; i < poly.size(); ++i) {
-      t.points.emplace_back(poly[i].x, poly[i].y);
-      t.tags.push_back(i == 0 ? TagFirst : TagInner);
+  for (const Polygon& poly : polygons)
+    for (std::size_t i = 0; i <= poly.size(); ++i) {
+      const Pt& p = poly[i % poly.size()];
+      points.emplace_back(p.x, p.y);
+      tags.push_back(i == 0 ? TagFirst : i == poly.size() ? TagLast : TagInner);
     }
-    t.points.emplace_back(poly[0].x, poly[0].y);
-    t.tags.push_back(TagLast);
-  }
-  return t;
-}
-
-inline QvLong load(const std::vector<Polygon>& polygons, double scale, CFillContext& context) {
-  const Tagged t = tag_polygons(polygons);
-  return qv::internal::build_vertex_table(t.points.data(), t.tags.data(),
-                                          static_cast<QvULong>(t.points.size()), scale, context);
+  return qv::internal::build_vertex_table(points.data(), tags.data(),
+                                          static_cast<QvULong>(points.size()), scale, context);
 }
 
 // Is the point (cx, cy) inside, with crossings at the centre counting as

@@ -17,30 +17,10 @@
 
 namespace {
 
-using P = QvPoint2<float>;
-
-QvPath2f rect_path(float x0, float y0, float x1, float y1) {
-  QvPath2f path(8);
-  path.Moveto(P(x0, y0));
-  path.Lineto(P(x1, y0));
-  path.Lineto(P(x1, y1));
-  path.Lineto(P(x0, y1));
-  path.Lineto(P(x0, y0));
-  path.Closeto();
-  return path;
-}
-
-QvPath2f polyline_path(const std::vector<P>& points) {
-  QvPath2f path(16);
-  path.Moveto(points[0]);
-  for (std::size_t i = 1; i < points.size(); ++i) path.Lineto(points[i]);
-  return path;
-}
-
-template <class T>
-T pixel(const QvRaster<T>& r, QvLong x, QvLong y) {
-  return r.pixels[(r.bottomUp ? r.height - 1 - y : y) * r.width + x];
-}
+using qvtest::P;
+using qvtest::pixel;
+using qvtest::polyline_path;
+using qvtest::rect_path;
 
 QvGC soft_context(double interior, double exterior, QvGC::GradientMapMode mode) {
   QvGC gc;
@@ -50,26 +30,29 @@ QvGC soft_context(double interior, double exterior, QvGC::GradientMapMode mode) 
   return gc;
 }
 
-TEST(PathSoftFill, SmallOffsetsAreTheAntiAliasedFill) {
-  const QvPath2f path = rect_path(4.3f, 5.6f, 17.2f, 14.9f);
-  QvGC gc = soft_context(0.4, 0.5, QvGC::GradientUnmasked);
-  QvRaster<unsigned char> soft(24, 20, 77), aa(24, 20, 77);
-  path.SoftFill(gc, soft, nullptr);
-  path.AAFill(gc, aa, nullptr, nullptr);
-  EXPECT_EQ(0, std::memcmp(soft.pixels, aa.pixels, 24 * 20));
-  EXPECT_EQ(77, pixel(soft, 0, 0));  // untouched outside the shape
-  // At a total of 1.0 the two passes run and rewrite every pixel.
-  QvGC one = soft_context(0.5, 0.5, QvGC::GradientUnmasked);
-  path.SoftFill(one, soft, nullptr);
-  EXPECT_EQ(0, pixel(soft, 0, 0));
-  EXPECT_EQ(0, pixel(soft, 23, 19));
+int g_polls;
+QvLong count_poll(void) {
+  ++g_polls;
+  return 0;
 }
+QvLong stop(void) { return 1; }
 
-TEST(PathSoftFill, ModesOpacityAndInterior) {
+TEST(PathSoftFill, Behaviours) {
   const QvPath2f path = rect_path(10, 10, 40, 40);
-  QvGC spread = soft_context(2.0, 2.0, QvGC::GradientUnmasked);  // n = 4
+  // Under a total offset of 1.0 it is the anti-aliased fill, which leaves the
+  // pixels outside alone; at 1.0 the two passes rewrite every pixel.
+  QvRaster<unsigned char> soft(50, 50, 77), aa(50, 50, 77);
+  const QvPath2f odd = rect_path(4.3f, 5.6f, 17.2f, 14.9f);
+  odd.SoftFill(soft_context(0.4, 0.5, QvGC::GradientUnmasked), soft, nullptr);
+  odd.AAFill(QvGC(), aa, nullptr, nullptr);
+  EXPECT_EQ(0, std::memcmp(soft.pixels, aa.pixels, 50 * 50));
+  EXPECT_EQ(77, pixel(soft, 0, 0));
+  odd.SoftFill(soft_context(0.5, 0.5, QvGC::GradientUnmasked), soft, nullptr);
+  EXPECT_EQ(0, pixel(soft, 0, 0));
+  EXPECT_EQ(0, pixel(soft, 49, 49));
+
   QvRaster<float> unmasked(50, 50, 0.5f);
-  path.SoftFill(spread, unmasked, nullptr);
+  path.SoftFill(soft_context(2.0, 2.0, QvGC::GradientUnmasked), unmasked, nullptr);  // n = 4
   EXPECT_EQ(1.0f, pixel(unmasked, 25, 25));  // the kernel lies wholly inside
   EXPECT_GT(pixel(unmasked, 6, 25), 0.0f);   // reaches n pixels past the edge
   EXPECT_EQ(0.0f, pixel(unmasked, 5, 25));
@@ -83,16 +66,32 @@ TEST(PathSoftFill, ModesOpacityAndInterior) {
   EXPECT_EQ(0.0f, pixel(inside, 8, 25));    // zero outside the shape
   EXPECT_EQ(0.5f, pixel(inside, 25, 25));   // halved, mask drawn at full opacity
   EXPECT_FLOAT_EQ(pixel(unmasked, 12, 25) * 0.5f, pixel(inside, 12, 25));
+
+  QvRaster<short> untouched(20, 20, 123);  // a stop in the first pass
+  rect_path(5, 5, 15, 15).SoftFill(soft_context(3.0, 0.0, QvGC::GradientMaskedByShape), untouched,
+                                   stop);
+  EXPECT_TRUE(untouched.AllPixelValuesAre(123));
 }
 
-QvLong stop(void) { return 1; }
-QvLong never(void) { return 0; }
-
-TEST(PathSoftFill, StopInTheFirstPassLeavesTheRaster) {
-  QvGC gc = soft_context(3.0, 0.0, QvGC::GradientMaskedByShape);
-  QvRaster<short> r(20, 20, 123);
-  rect_path(5, 5, 15, 15).SoftFill(gc, r, stop);
-  EXPECT_TRUE(r.AllPixelValuesAre(123));
+// Rows of the first pass, columns of the second, the sub-rows of the masking
+// fill and one call after it; a raster without columns still sees the rows.
+TEST(PathSoftFill, PollPoints) {
+  struct Case {
+    const char* name;
+    QvLong width;
+    float x0;
+    int polls;
+  };
+  const Case cases[] = {{"10 rows, 20 columns, 40 sub-rows, 1", 20, 5, 71},
+                        {"no columns", 0, -5, 51}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    g_polls = 0;
+    QvRaster<unsigned char> r(c.width, 20, 0);
+    rect_path(c.x0, 5, 15, 15).SoftFill(soft_context(3.0, 0.0, QvGC::GradientMaskedByShape), r,
+                                        count_poll);
+    EXPECT_EQ(c.polls, g_polls);
+  }
 }
 
 // sum over the box of hard(x+i, y+j) k[i] k[j], with the kernel sampled from
@@ -104,7 +103,7 @@ TEST(PathSoftFill, MatchesDirectConvolution) {
     QvGC gc = soft_context(total, 0.0, QvGC::GradientUnmasked);
     QvRaster<float> r(22, 18, 0.0f), polled(22, 18, 0.5f);
     path.SoftFill(gc, r, nullptr);
-    path.SoftFill(gc, polled, never);  // the column-by-column order gives the same
+    path.SoftFill(gc, polled, count_poll);  // the column-by-column order gives the same
     EXPECT_EQ(0, std::memcmp(r.pixels, polled.pixels, 22 * 18 * sizeof(float)));
     QvRaster<unsigned char> hard(22, 18, 0);
     path.Fill(gc, hard, nullptr, nullptr);

@@ -98,7 +98,7 @@ TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
   }
   struct Case { const char* name; std::size_t offset; unsigned char value; };
   const Case cases[] = {
-      {"kind 2", 4, 2}, {"kind 0", 4, 0}, {"count one too many", 8, 6},
+      {"kind 5", 4, 5}, {"kind 0", 4, 0}, {"count one too many", 8, 6},
       {"count one too few", 8, 4}, {"count past 2^24", 11, 1},
   };
   for (const Case& c : cases) {

@@ -1,0 +1,33 @@
+#ifndef QV_TESTS_RECTOVAL_SUPPORT_H
+#define QV_TESTS_RECTOVAL_SUPPORT_H
+
+#include <qv/QvOval2f.h>
+#include <qv/QvRect2f.h>
+
+#include <vector>
+
+namespace rectoval_test {
+
+inline QvPoint2<float> P(double x, double y) {
+  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
+}
+
+struct Three {
+  QvPoint2<float> a, b, c;
+};
+
+// cornerA, cornerB, cornerC read back through the handles 6, 8 and 4.
+template <class Shape>
+Three corners(Shape& s) {
+  return Three{s.GetPoint(6), s.GetPoint(8), s.GetPoint(4)};
+}
+
+inline std::vector<unsigned char> stored(const QvShape2f& shape) {
+  std::vector<unsigned char> bytes(shape.GetBufferSize());
+  shape.WriteToBuffer(bytes.data());
+  return bytes;
+}
+
+}  // namespace rectoval_test
+
+#endif
