@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <qv/QvBooleanFCurve.h>
+#include <qv/QvIntegerFCurve.h>
+#include <qv/QvQuatFCurve.h>
 #include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
 
@@ -99,4 +102,54 @@ TEST(KeyMover, RawCurveThroughTheFrame) {
     EXPECT_EQ(1, c.HasUserData(3.0 + wanted.x));
   }
   EXPECT_EQ(original, bytes_of(c));
+}
+
+// Boolean keys move only along the parameter axis; an integer offset is clamped to 32 bits
+// and rounded to a whole number.
+TEST(KeyMover, SteppedKinds) {
+  QvBooleanFCurve b;
+  QvIntegerFCurve n;
+  for (int i = 0; i < 3; ++i) {
+    b.CreateKey(i, i == 1 ? 1.0 : 0.0);
+    n.CreateKey(i, i == 2 ? 5.0 : 0.0);
+  }
+  struct Case { QvBaseFCurve* curve; Point wanted, taken; double value; };
+  const Case cases[] = {
+      {&b, {0.5, 5.0}, {0.5, 0.0}, 1.0},
+      {&n, {0.25, 1e10}, {0.25, 2147483647.0}, 2147483647.0},
+      {&n, {0.0, -2.6}, {0.0, -3.0}, -3.0},
+  };
+  for (const Case& k : cases) {
+    SCOPED_TRACE(k.wanted.y);
+    QvFCurveKeyMover mover(*k.curve, array_of({1.0}), Box(), unbounded());
+    Point offset = k.wanted;
+    QvDoubleArray moved;
+    Box changed, selection;
+    ASSERT_EQ(1, mover.Update(offset, moved, changed, selection, -100.0, 100.0));
+    EXPECT_EQ(k.taken.x, offset.x);
+    EXPECT_EQ(k.taken.y, offset.y);
+    EXPECT_EQ(k.value, k.curve->Eval(1.0 + offset.x, 0));
+    EXPECT_EQ(0.0, k.curve->Eval(0.9, 0));
+    Point back;
+    QvDoubleArray again;
+    ASSERT_EQ(1, mover.Update(back, again, changed, selection, -100.0, 100.0));
+  }
+}
+
+// A key dragged in one channel of a rotation is the whole key: the other channels go with it.
+TEST(KeyMover, RotationKeyMovesWhole) {
+  QvQuatFCurve y(1);
+  QvQuatCurve& rotation = *y.GetQuatCurve();
+  for (int i = 0; i < 3; ++i)
+    rotation.SetKey(QvQuatKey(i, QvPoint3<double>(0.1 * i, 0.2, 0.3 * i), 0, 0, 0, 0), 0.0);
+  QvFCurveKeyMover mover(y, array_of({1.0}), Box(), unbounded());
+  Point offset(0.5, 10.0);
+  QvDoubleArray moved;
+  Box changed, selection;
+  ASSERT_EQ(1, mover.Update(offset, moved, changed, selection, -100.0, 100.0));
+  ASSERT_EQ(3u, rotation.GetNumKeys());
+  EXPECT_EQ(1.5, rotation.GetKeyTime(1));
+  EXPECT_NEAR(0.1, rotation.GetKeyValue(1).x, 1e-15);
+  EXPECT_NEAR(0.3, rotation.GetKeyValue(1).z, 1e-15);
+  EXPECT_NEAR(0.2 * 57.29577951308232 + 10.0, rotation.GetKeyValue(1, 1), 1e-9);
 }
