@@ -3,7 +3,6 @@
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
 #include <qv/QvQuatFCurve.h>
-#include <qv/QvRawFCurve.h>
 #include <qv/QvStdFCurve.h>
 
 #include "movers/mover_test_support.h"
@@ -84,26 +83,6 @@ TEST(KeyMover, Refusals) {
   EXPECT_EQ(original, bytes_of(c));
 }
 
-// Kinds without handles are re-created key by key through the frame, with their user data.
-TEST(KeyMover, RawCurveThroughTheFrame) {
-  QvRawFCurve c;
-  for (int i = 0; i < 5; ++i) c.CreateKey(i, i * i);
-  double at = 3.0;
-  const unsigned char blob[] = {1, 2};
-  ASSERT_EQ(1, c.SetKeyUserData(at, kId, blob, 2, 0.0));
-  const std::vector<unsigned char> original = bytes_of(c);
-  QvFCurveKeyMover mover(c, array_of({3.0, 2.0}), Box(), unbounded());
-  for (const Point& wanted : {Point(0.5, 1.0), Point(0.0, 0.0)}) {
-    Point offset = wanted;
-    QvDoubleArray moved;
-    Box changed, selection;
-    ASSERT_EQ(1, mover.Update(offset, moved, changed, selection, -100.0, 100.0));
-    EXPECT_EQ(9.0 + wanted.y, c.Eval(3.0 + wanted.x, 0));
-    EXPECT_EQ(1, c.HasUserData(3.0 + wanted.x));
-  }
-  EXPECT_EQ(original, bytes_of(c));
-}
-
 // Boolean keys move only along the parameter axis; an integer offset is clamped to 32 bits
 // and rounded to a whole number.
 TEST(KeyMover, SteppedKinds) {
@@ -130,7 +109,7 @@ TEST(KeyMover, SteppedKinds) {
     EXPECT_EQ(k.taken.y, offset.y);
     EXPECT_EQ(k.value, k.curve->Eval(1.0 + offset.x, 0));
     EXPECT_EQ(0.0, k.curve->Eval(0.9, 0));
-    Point back;
+    Point back;  // the next row starts from the keys where they were
     QvDoubleArray again;
     ASSERT_EQ(1, mover.Update(back, again, changed, selection, -100.0, 100.0));
   }
