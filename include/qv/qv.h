@@ -18,6 +18,7 @@
 #include <qv/QvQuatFCurve.h>
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
+#include <qv/QvFCurveMovers.h>
 #include <qv/QvRaster.h>
 #include <qv/QvGC.h>
 #include <qv/QvShape2f.h>
