@@ -16,6 +16,10 @@ namespace {
 using qv::test::Bytes;
 using qv::test::Writer;
 using qv::test::bytes_of;
+
+// The identifier of the stepped kinds after its first word.
+constexpr unsigned char kIdTail[12] = {0xCA, 0x97, 0xD1, 0x11, 0x93, 0x6A,
+                                       0x00, 0xA0, 0x24, 0x3E, 0x35, 0xF0};
 using C = QvBaseFCurve;
 
 QvBooleanFCurve sample_boolean() {
@@ -44,7 +48,7 @@ QvIntegerFCurve sample_integer() {
 
 TEST(SteppedCurveBuffer, ExactBytes) {
   Writer b;
-  b.u32(258).u32(10).id(0x84F21462).u8(1).u8(0).u8(1).u8(0).u32(2);
+  b.u32(258).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(1).u8(0).u8(1).u8(0).u32(2);
   b.f64(0.5).u8(1).u16(0).f64(2.0).u8(0).u16(6).no_user_data();
   EXPECT_EQ(b.buffer(), bytes_of(sample_boolean()));
   EXPECT_EQ(36u + 2 * 11 + 9, sample_boolean().GetBufferSize());
@@ -52,7 +56,7 @@ TEST(SteppedCurveBuffer, ExactBytes) {
   Writer i;
   i.u32(258)
       .u32(15)
-      .id(0x84F21461)
+      .u32(0x84F21461).bytes(kIdTail, 12)
       .u32(static_cast<std::uint32_t>(-70000))
       .u32(5)
       .u8(1)
@@ -120,7 +124,7 @@ TEST(SteppedCurveBuffer, TruncatedOrForeignBodiesAreRefused) {
 TEST(SteppedCurveBuffer, LegacyRecordsAndLaterVersions) {
   // Version 257 keeps one flag byte per key; it is written back in the current form.
   Writer legacy;
-  legacy.u32(257).u32(10).id(0x84F21462).u8(0).u8(1).u8(3).u8(0).u32(2);
+  legacy.u32(257).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(0).u8(1).u8(3).u8(0).u32(2);
   legacy.f64(1.0).u8(0).u8(2).f64(std::numeric_limits<double>::quiet_NaN()).u8(2).u8(4);
   legacy.no_user_data();
   Bytes bytes = legacy.buffer();
@@ -132,13 +136,13 @@ TEST(SteppedCurveBuffer, LegacyRecordsAndLaterVersions) {
   EXPECT_EQ(1.0, c.GetMinusInfinityVal());
   EXPECT_EQ(C::ExtrapolationCycle, c.GetExtrapolationMethod());
   Writer current;
-  current.u32(258).u32(10).id(0x84F21462).u8(0).u8(1).u8(3).u8(0).u32(1);
+  current.u32(258).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(0).u8(1).u8(3).u8(0).u32(1);
   current.f64(1.0).u8(0).u16(2).no_user_data();
   EXPECT_EQ(current.buffer(), bytes_of(c));
 
   // A later version reads as the current form.
   Writer later;
-  later.u32(0xFFFFFFFE).u32(15).id(0x84F21461).u32(3).u32(4).u8(1).u8(0).u32(1);
+  later.u32(0xFFFFFFFE).u32(15).u32(0x84F21461).bytes(kIdTail, 12).u32(3).u32(4).u8(1).u8(0).u32(1);
   later.f64(2.0).u32(9).u16(0).no_user_data();
   bytes = later.buffer();
   QvIntegerFCurve i(0.0);

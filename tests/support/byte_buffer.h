@@ -32,6 +32,10 @@ struct Writer {
     for (int i = 0; i < 8; ++i) b.push_back(static_cast<unsigned char>(bits >> (8 * i)));
     return *this;
   }
+  Writer& bytes(const unsigned char* p, std::size_t n) {
+    b.insert(b.end(), p, p + n);
+    return *this;
+  }
   // The user data block of an object without any.
   Writer& no_user_data() { return u32(5).u32(256).u8(0); }
   // Prefixes the length word: the result is a whole buffer.
