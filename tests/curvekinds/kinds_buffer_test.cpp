@@ -2,6 +2,8 @@
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
 
+#include "support/byte_buffer.h"
+
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -11,55 +13,14 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using qv::test::Bytes;
+using qv::test::Writer;
+using qv::test::bytes_of;
+
+// The identifier of the stepped kinds after its first word.
+constexpr unsigned char kIdTail[12] = {0xCA, 0x97, 0xD1, 0x11, 0x93, 0x6A,
+                                       0x00, 0xA0, 0x24, 0x3E, 0x35, 0xF0};
 using C = QvBaseFCurve;
-
-struct Writer {
-  Bytes b;
-  Writer& u8(unsigned v) {
-    b.push_back(static_cast<unsigned char>(v));
-    return *this;
-  }
-  Writer& u16(unsigned v) { return u8(v & 0xFF).u8(v >> 8); }
-  Writer& u32(std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<unsigned char>(v >> (8 * i)));
-    return *this;
-  }
-  Writer& f64(double v) {
-    std::uint64_t bits;
-    std::memcpy(&bits, &v, 8);
-    for (int i = 0; i < 8; ++i) b.push_back(static_cast<unsigned char>(bits >> (8 * i)));
-    return *this;
-  }
-  Writer& id(std::uint32_t first) {
-    return u32(first)
-        .u8(0xCA)
-        .u8(0x97)
-        .u8(0xD1)
-        .u8(0x11)
-        .u8(0x93)
-        .u8(0x6A)
-        .u8(0x00)
-        .u8(0xA0)
-        .u8(0x24)
-        .u8(0x3E)
-        .u8(0x35)
-        .u8(0xF0);
-  }
-  Writer& no_user_data() { return u32(5).u32(256).u8(0); }
-  Bytes buffer() const {
-    Writer w;
-    w.u32(static_cast<std::uint32_t>(b.size()));
-    w.b.insert(w.b.end(), b.begin(), b.end());
-    return w.b;
-  }
-};
-
-Bytes write(const QvBaseFCurve& c) {
-  Bytes out(c.GetBufferSize());
-  EXPECT_EQ(out.size(), c.WriteToBuffer(out.data()));
-  return out;
-}
 
 QvBooleanFCurve sample_boolean() {
   QvBooleanFCurve c(1.0);
@@ -87,22 +48,22 @@ QvIntegerFCurve sample_integer() {
 
 TEST(SteppedCurveBuffer, ExactBytes) {
   Writer b;
-  b.u32(258).u32(10).id(0x84F21462).u8(1).u8(0).u8(1).u8(0).u32(2);
+  b.u32(258).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(1).u8(0).u8(1).u8(0).u32(2);
   b.f64(0.5).u8(1).u16(0).f64(2.0).u8(0).u16(6).no_user_data();
-  EXPECT_EQ(b.buffer(), write(sample_boolean()));
+  EXPECT_EQ(b.buffer(), bytes_of(sample_boolean()));
   EXPECT_EQ(36u + 2 * 11 + 9, sample_boolean().GetBufferSize());
 
   Writer i;
   i.u32(258)
       .u32(15)
-      .id(0x84F21461)
+      .u32(0x84F21461).bytes(kIdTail, 12)
       .u32(static_cast<std::uint32_t>(-70000))
       .u32(5)
       .u8(1)
       .u8(1)
       .u32(2);
   i.f64(-1.0).u32(static_cast<std::uint32_t>(-70000)).u16(0).f64(3.0).u32(12).u16(2).no_user_data();
-  EXPECT_EQ(i.buffer(), write(sample_integer()));
+  EXPECT_EQ(i.buffer(), bytes_of(sample_integer()));
   EXPECT_EQ(42u + 2 * 14 + 9, sample_integer().GetBufferSize());
 }
 
@@ -118,12 +79,12 @@ TEST(SteppedCurveBuffer, RoundTripsThroughTheFactory) {
   sources[1] = &i;
   for (const QvBaseFCurve* source : sources) {
     SCOPED_TRACE(source->GetKind());
-    const Bytes bytes = write(*source);
+    const Bytes bytes = bytes_of(*source);
     QvBaseFCurve* out = nullptr;
     ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &out));
     std::unique_ptr<QvBaseFCurve> owner(out);
     EXPECT_EQ(source->GetKind(), out->GetKind());
-    EXPECT_EQ(bytes, write(*out));
+    EXPECT_EQ(bytes, bytes_of(*out));
     EXPECT_EQ(bytes.size() - 4, out->ReadFromBufferBody(bytes.data() + 4));
     for (double x = -2.0; x < 4.0; x += 0.25) EXPECT_EQ(source->Eval(x, 0), out->Eval(x, 0));
   }
@@ -134,19 +95,15 @@ TEST(SteppedCurveBuffer, TruncatedOrForeignBodiesAreRefused) {
   const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
   const unsigned char blob[2] = {0xAA, 0xBB};
   source.SetFCurveUserData(id, blob, 2);
-  const Bytes whole = write(source);
+  const Bytes whole = bytes_of(source);
   QvIntegerFCurve target(4.0);
   target.CreateKey(1.0, 2.0);
-  const Bytes before = write(target);
+  const Bytes before = bytes_of(target);
   for (std::size_t length = 0; length + 4 < whole.size(); ++length) {
     SCOPED_TRACE(length);
-    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length + 4));
-    cut[0] = static_cast<unsigned char>(length);
-    cut[1] = 0;
-    std::unique_ptr<unsigned char[]> block(new unsigned char[cut.size()]);
-    std::memcpy(block.get(), cut.data(), cut.size());
-    ASSERT_EQ(0u, target.ReadFromBufferBody(block.get() + 4));
-    ASSERT_EQ(before, write(target));
+    const Bytes cut = qv::test::truncated(whole, length);
+    ASSERT_EQ(0u, target.ReadFromBufferBody(cut.data() + 4));
+    ASSERT_EQ(before, bytes_of(target));
   }
   // A wrong kind, identifier or version is refused as well.
   for (std::size_t at : {8u, 12u, 16u, 23u, 27u}) {
@@ -161,13 +118,13 @@ TEST(SteppedCurveBuffer, TruncatedOrForeignBodiesAreRefused) {
   EXPECT_EQ(0u, target.ReadFromBufferBody(old.data() + 4));
   QvBooleanFCurve other(0.0);
   EXPECT_EQ(0u, other.ReadFromBufferBody(whole.data() + 4));
-  EXPECT_EQ(before, write(target));
+  EXPECT_EQ(before, bytes_of(target));
 }
 
 TEST(SteppedCurveBuffer, LegacyRecordsAndLaterVersions) {
   // Version 257 keeps one flag byte per key; it is written back in the current form.
   Writer legacy;
-  legacy.u32(257).u32(10).id(0x84F21462).u8(0).u8(1).u8(3).u8(0).u32(2);
+  legacy.u32(257).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(0).u8(1).u8(3).u8(0).u32(2);
   legacy.f64(1.0).u8(0).u8(2).f64(std::numeric_limits<double>::quiet_NaN()).u8(2).u8(4);
   legacy.no_user_data();
   Bytes bytes = legacy.buffer();
@@ -179,13 +136,13 @@ TEST(SteppedCurveBuffer, LegacyRecordsAndLaterVersions) {
   EXPECT_EQ(1.0, c.GetMinusInfinityVal());
   EXPECT_EQ(C::ExtrapolationCycle, c.GetExtrapolationMethod());
   Writer current;
-  current.u32(258).u32(10).id(0x84F21462).u8(0).u8(1).u8(3).u8(0).u32(1);
+  current.u32(258).u32(10).u32(0x84F21462).bytes(kIdTail, 12).u8(0).u8(1).u8(3).u8(0).u32(1);
   current.f64(1.0).u8(0).u16(2).no_user_data();
-  EXPECT_EQ(current.buffer(), write(c));
+  EXPECT_EQ(current.buffer(), bytes_of(c));
 
   // A later version reads as the current form.
   Writer later;
-  later.u32(0xFFFFFFFE).u32(15).id(0x84F21461).u32(3).u32(4).u8(1).u8(0).u32(1);
+  later.u32(0xFFFFFFFE).u32(15).u32(0x84F21461).bytes(kIdTail, 12).u32(3).u32(4).u8(1).u8(0).u32(1);
   later.f64(2.0).u32(9).u16(0).no_user_data();
   bytes = later.buffer();
   QvIntegerFCurve i(0.0);
@@ -203,7 +160,7 @@ TEST(SteppedCurveBuffer, DamagedBodiesNeverHalfRead) {
   const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
   const unsigned char blob[4] = {1, 2, 3, 4};
   source.SetFCurveUserData(id, blob, 4);
-  const Bytes whole = write(source);
+  const Bytes whole = bytes_of(source);
   std::mt19937 rng(99);
   std::uniform_int_distribution<std::size_t> at(4, whole.size() - 1);
   std::uniform_int_distribution<int> byte(0, 255);
@@ -211,13 +168,11 @@ TEST(SteppedCurveBuffer, DamagedBodiesNeverHalfRead) {
     SCOPED_TRACE(round);
     Bytes bad = whole;
     for (int k = 0; k < 1 + round % 3; ++k) bad[at(rng)] = static_cast<unsigned char>(byte(rng));
-    std::unique_ptr<unsigned char[]> block(new unsigned char[bad.size()]);
-    std::memcpy(block.get(), bad.data(), bad.size());
     QvIntegerFCurve target(6.0);
-    const Bytes before = write(target);
-    const QvULong read = target.ReadFromBufferBody(block.get() + 4);
+    const Bytes before = bytes_of(target);
+    const QvULong read = target.ReadFromBufferBody(bad.data() + 4);
     if (read == 0) {
-      ASSERT_EQ(before, write(target));
+      ASSERT_EQ(before, bytes_of(target));
     } else {
       ASSERT_LE(read, bad.size() - 4);
     }

@@ -1,4 +1,5 @@
 #include "curve_builder.h"
+#include "support/byte_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -14,20 +15,9 @@ using Base = QvBaseFCurve;
 
 namespace {
 
-std::vector<unsigned char> write(const QvStdFCurve& curve) {
-  std::vector<unsigned char> bytes(curve.GetBufferSize(), 0xCD);
-  EXPECT_EQ(bytes.size(), curve.WriteToBuffer(bytes.data()));
-  return bytes;
-}
-
-QvULong word_at(const std::vector<unsigned char>& b, size_t at) {
-  return static_cast<QvULong>(b[at]) | (static_cast<QvULong>(b[at + 1]) << 8) |
-         (static_cast<QvULong>(b[at + 2]) << 16) | (static_cast<QvULong>(b[at + 3]) << 24);
-}
-
-void set_word(std::vector<unsigned char>& b, size_t at, QvULong v) {
-  for (int i = 0; i < 4; ++i) b[at + static_cast<size_t>(i)] = static_cast<unsigned char>(v >> (8 * i));
-}
+using qv::test::bytes_of;
+using qv::test::put_u32;
+using qv::test::u32_at;
 
 void busy_curve(QvStdFCurve& curve, std::mt19937& rng) {
   fill_random(curve, rng, 5);
@@ -52,21 +42,21 @@ TEST(StdFCurveBuffer, LayoutAndRoundTrip) {
   std::mt19937 rng(41);
   QvStdFCurve curve;
   busy_curve(curve, rng);
-  const std::vector<unsigned char> bytes = write(curve);
+  const std::vector<unsigned char> bytes = bytes_of(curve);
   ASSERT_EQ(64u + 64u * 5u + 9u, bytes.size());
-  EXPECT_EQ(bytes.size() - 4, word_at(bytes, 0));
-  EXPECT_EQ(264u, word_at(bytes, 4));
-  EXPECT_EQ(20u, word_at(bytes, 8));
-  EXPECT_EQ(5u, word_at(bytes, 4 + 36));
-  EXPECT_EQ(257u, word_at(bytes, 4 + 40 + 60 * 5));
-  EXPECT_EQ(259u, word_at(bytes, 4 + 44 + 62 * 5));
-  EXPECT_EQ(264u, word_at(bytes, bytes.size() - 5));
+  EXPECT_EQ(bytes.size() - 4, u32_at(bytes, 0));
+  EXPECT_EQ(264u, u32_at(bytes, 4));
+  EXPECT_EQ(20u, u32_at(bytes, 8));
+  EXPECT_EQ(5u, u32_at(bytes, 4 + 36));
+  EXPECT_EQ(257u, u32_at(bytes, 4 + 40 + 60 * 5));
+  EXPECT_EQ(259u, u32_at(bytes, 4 + 44 + 62 * 5));
+  EXPECT_EQ(264u, u32_at(bytes, bytes.size() - 5));
 
   QvBaseFCurve* copy = nullptr;
   ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &copy));
   ASSERT_NE(nullptr, copy);
   const QvStdFCurve& read = static_cast<const QvStdFCurve&>(*copy);
-  EXPECT_EQ(bytes, write(read));
+  EXPECT_EQ(bytes, bytes_of(read));
   const QvStdFCurveImpl& body = *read.GetImpl();
   EXPECT_EQ(0x0F03, body.Key(3).flags);
   EXPECT_EQ(4, body.Key(3).spare[0]);
@@ -82,7 +72,7 @@ TEST(StdFCurveBuffer, NonFiniteValuesAreStoredAsZero) {
   append_key(curve, 0.0, std::numeric_limits<double>::quiet_NaN(), Base::FSLinear);
   append_key(curve, 1.0, 2.0, Base::FSLinear);
   QvStdFCurve read;
-  const std::vector<unsigned char> bytes = write(curve);
+  const std::vector<unsigned char> bytes = bytes_of(curve);
   ASSERT_EQ(bytes.size() - 4, read.ReadFromBufferBody(bytes.data() + 4));
   EXPECT_EQ(0.0, read.GetMinusInfinityVal());
   EXPECT_EQ(1.0, read.Eval(0.5, 0));
@@ -108,15 +98,14 @@ TEST(StdFCurveBuffer, DamagedBodiesLeaveTheCurveAlone) {
   std::mt19937 rng(43);
   QvStdFCurve source;
   busy_curve(source, rng);
-  const std::vector<unsigned char> good = write(source);
+  const std::vector<unsigned char> good = bytes_of(source);
   QvStdFCurve target;
   fill_random(target, rng, 3);
-  const std::vector<unsigned char> before = write(target);
+  const std::vector<unsigned char> before = bytes_of(target);
 
   // Every shorter length is refused: the reader never looks past the length word's end.
   for (QvULong length = 0; length + 4 < good.size(); ++length) {
-    std::vector<unsigned char> cut(good.begin(), good.begin() + 4 + length);
-    set_word(cut, 0, length);
+    const qv::test::Bytes cut = qv::test::truncated(good, length);
     ASSERT_EQ(0u, target.ReadFromBufferBody(cut.data() + 4)) << length;
   }
   struct Case {
@@ -137,22 +126,22 @@ TEST(StdFCurveBuffer, DamagedBodiesLeaveTheCurveAlone) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     std::vector<unsigned char> bad = good;
-    set_word(bad, c.at, c.word);
+    put_u32(bad, c.at, c.word);
     EXPECT_EQ(0u, target.ReadFromBufferBody(bad.data() + 4));
   }
   std::vector<unsigned char> falling = good;
   std::memcpy(falling.data() + 4 + 40 + 60, falling.data() + 4 + 40, 8);  // key 1 at key 0
   EXPECT_EQ(0u, target.ReadFromBufferBody(falling.data() + 4));
-  EXPECT_EQ(before, write(target));
+  EXPECT_EQ(before, bytes_of(target));
 }
 
 TEST(StdFCurveBuffer, OldestForm) {
   // Version 1: value when empty, first kind, two 64-byte keys with a zero word at offset 60.
   std::vector<unsigned char> b(4 + 20 + 128, 0);
-  set_word(b, 0, 20 + 128);
-  set_word(b, 4, 1);
-  set_word(b, 16, 2);  // FSLinear before the first key
-  set_word(b, 20, 2);
+  put_u32(b, 0, 20 + 128);
+  put_u32(b, 4, 1);
+  put_u32(b, 16, 2);  // FSLinear before the first key
+  put_u32(b, 20, 2);
   const double key0[7] = {0.0, 1.0, 1.0, 0.0, 1.0, 1.0, 1.0};
   const double key1[7] = {3.0, 4.0, 4.0, 2.0, 4.0, 3.0, 4.0};
   std::memcpy(b.data() + 24, key0, 56);
@@ -167,7 +156,7 @@ TEST(StdFCurveBuffer, OldestForm) {
   QvPoint2<double> left, right;
   ASSERT_EQ(1, curve.GetActualKeyTgtHandles(3.0, left, right, 0.0));
   EXPECT_EQ(1.0, right.x);  // the last right handle mirrors the left one
-  set_word(b, 24 + 64 + 60, 7);
+  put_u32(b, 24 + 64 + 60, 7);
   QvStdFCurve untouched;
   EXPECT_EQ(0u, untouched.ReadFromBufferBody(b.data() + 4));
   EXPECT_EQ(0u, untouched.GetNumKeys());
@@ -182,7 +171,7 @@ TEST(StdFCurveBuffer, UserDataTravelsWithTheBody) {
   ASSERT_EQ(1, curve.SetFCurveUserData(id, blob, 3));
   double at = 2.0;
   ASSERT_EQ(1, curve.SetKeyUserData(at, id, blob, 2, 0.0));
-  const std::vector<unsigned char> bytes = write(curve);
+  const std::vector<unsigned char> bytes = bytes_of(curve);
   QvBaseFCurve* copy = nullptr;
   ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(bytes.data() + 4, &copy));
   std::unique_ptr<QvBaseFCurve> owned(copy);
@@ -192,10 +181,10 @@ TEST(StdFCurveBuffer, UserDataTravelsWithTheBody) {
   EXPECT_EQ(3u, size);
   ASSERT_EQ(1, copy->GetKeyUserData(at, id, data, size, 0.0));
   EXPECT_EQ(2u, size);
-  EXPECT_EQ(bytes, write(static_cast<const QvStdFCurve&>(*copy)));
+  EXPECT_EQ(bytes, bytes_of(static_cast<const QvStdFCurve&>(*copy)));
   // A store that is damaged fails the whole read.
   std::vector<unsigned char> bad = bytes;
-  set_word(bad, 4 + 50 + 64 * 2 + 4, 255);
+  put_u32(bad, 4 + 50 + 64 * 2 + 4, 255);
   QvStdFCurve target;
   EXPECT_EQ(0u, target.ReadFromBufferBody(bad.data() + 4));
   EXPECT_EQ(0, target.HasUserData());

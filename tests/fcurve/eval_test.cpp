@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <vector>
 
 using qv::test::append_key;
 using qv::test::fill_random;
@@ -240,37 +239,5 @@ TEST(StdFCurveEval, CubicSegmentValidity) {
     EXPECT_EQ(c.want, QvStdFCurve_IsCubicSegmentValid(
                           QvPoint2<double>(c.x0, 7), QvPoint2<double>(c.x1, -3),
                           QvPoint2<double>(c.x2, 1e30), QvPoint2<double>(c.x3, 0)));
-  }
-}
-
-// The hint is a speed aid only: any order of calls gives bit-identical values.
-TEST(StdFCurveEval, OrderOfCallsDoesNotMatter) {
-  std::mt19937 rng(21);
-  for (int method = 1; method <= 4; ++method) {
-    SCOPED_TRACE(method);
-    Curve curve;
-    fill_random(curve, rng, 30);
-    set_extrapolation(curve, static_cast<Base::ExtrapolationMethod>(method));
-    const QvStdFCurveImpl& body = *curve.GetImpl();
-    std::vector<double> xs;
-    std::uniform_real_distribution<double> any(body.Key(0).parameter - 20.0,
-                                               body.Key(29).parameter + 20.0);
-    for (int i = 0; i < 400; ++i) xs.push_back(any(rng));
-    for (QvULong i = 0; i < 30; ++i) {
-      xs.push_back(body.Key(i).parameter);
-      xs.push_back(body.Key(i).parameter - 1e-13);
-      xs.push_back(body.Key(i).parameter + 1e-9);
-    }
-    std::vector<double> cold;
-    for (double x : xs) {
-      body.m_searchHint = 0;
-      cold.push_back(curve.Eval(x, 0) + 0.0 * curve.EvalLeft(x, 0));
-    }
-    std::vector<size_t> order(xs.size());
-    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return xs[a] < xs[b]; });
-    for (size_t i : order) ASSERT_EQ(cold[i], curve.Eval(xs[i], 0)) << xs[i];
-    std::shuffle(order.begin(), order.end(), rng);
-    for (size_t i : order) ASSERT_EQ(cold[i], curve.Eval(xs[i], 0)) << xs[i];
   }
 }

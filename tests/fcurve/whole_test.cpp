@@ -1,4 +1,5 @@
 #include "curve_builder.h"
+#include "support/byte_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -10,14 +11,9 @@
 using qv::test::append_key;
 using qv::test::fill_random;
 using Base = QvBaseFCurve;
+using qv::test::bytes_of;
 
 namespace {
-
-std::vector<unsigned char> bytes_of(const QvStdFCurve& curve) {
-  std::vector<unsigned char> bytes(curve.GetBufferSize());
-  curve.WriteToBuffer(bytes.data());
-  return bytes;
-}
 
 // A random curve without jumps or constant segments, so that it reads the same from both sides.
 void smooth_curve(QvStdFCurve& curve, std::mt19937& rng) {

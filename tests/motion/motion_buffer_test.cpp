@@ -7,22 +7,9 @@
 
 namespace {
 
-std::uint32_t u32_at(const std::vector<unsigned char>& b, std::size_t at) {
-  return static_cast<std::uint32_t>(b[at]) | static_cast<std::uint32_t>(b[at + 1]) << 8 |
-         static_cast<std::uint32_t>(b[at + 2]) << 16 | static_cast<std::uint32_t>(b[at + 3]) << 24;
-}
-
-void put_u32(std::vector<unsigned char>& b, std::size_t at, std::uint32_t v) {
-  if (b.size() < at + 4) return;
-  for (int i = 0; i < 4; ++i) b[at + i] = static_cast<unsigned char>(v >> (8 * i));
-}
-
-double f64_at(const std::vector<unsigned char>& b, std::size_t at) {
-  const std::uint64_t bits = u32_at(b, at) | static_cast<std::uint64_t>(u32_at(b, at + 4)) << 32;
-  double v;
-  std::memcpy(&v, &bits, sizeof v);
-  return v;
-}
+using qv::test::f64_at;
+using qv::test::put_u32;
+using qv::test::u32_at;
 
 QvMotionPath3d sample_path() {
   QvMotionPath3d path(P3(1, 2, 3), P3(4, 5, 6), 0.5, 1.5);
@@ -94,8 +81,7 @@ TEST(MotionBuffer, EveryShortBodyIsRefusedAndLeavesTheObject) {
   // The reader needs everything up to the closing zero word.
   for (std::size_t length = 0; length < full.size() - 4; ++length) {
     SCOPED_TRACE(length);
-    std::vector<unsigned char> cut(full.begin(), full.begin() + static_cast<long>(length) + 4);
-    put_u32(cut, 0, static_cast<std::uint32_t>(length));
+    const std::vector<unsigned char> cut = qv::test::truncated(full, length);
     QvMotionPath3d target = keep;
     EXPECT_EQ(0u, target.ReadFromBufferBody(body_of(cut)));
     EXPECT_EQ(kept, bytes_of(target));

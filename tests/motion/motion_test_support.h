@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/byte_buffer.h"
+
 #include <vector>
 
 using P3 = QvPoint3<double>;
@@ -21,11 +23,6 @@ inline std::vector<P3> all_points(const QvMotionPath3d& path) {
   return out;
 }
 
-// A path's bytes, length word included.
-inline std::vector<unsigned char> bytes_of(const QvMotionPath3d& path) {
-  std::vector<unsigned char> out(path.GetBufferSize());
-  EXPECT_EQ(out.size(), path.WriteToBuffer(out.data()));
-  return out;
-}
+using qv::test::bytes_of;
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/byte_buffer.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -11,40 +13,9 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-struct Writer {
-  Bytes b;
-  Writer& u8(unsigned v) {
-    b.push_back(static_cast<unsigned char>(v));
-    return *this;
-  }
-  Writer& u32(std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<unsigned char>(v >> (8 * i)));
-    return *this;
-  }
-  Writer& f64(double v) {
-    std::uint64_t bits;
-    std::memcpy(&bits, &v, 8);
-    for (int i = 0; i < 8; ++i) b.push_back(static_cast<unsigned char>(bits >> (8 * i)));
-    return *this;
-  }
-  // The user data block of a curve without any.
-  Writer& no_user_data() { return u32(5).u32(256).u8(0); }
-  // Prefixes the length word: the result is a whole buffer.
-  Bytes buffer() const {
-    Writer w;
-    w.u32(static_cast<std::uint32_t>(b.size()));
-    w.b.insert(w.b.end(), b.begin(), b.end());
-    return w.b;
-  }
-};
-
-Bytes write(const QvBaseFCurve& c) {
-  Bytes out(c.GetBufferSize());
-  EXPECT_EQ(out.size(), c.WriteToBuffer(out.data()));
-  return out;
-}
+using qv::test::Bytes;
+using qv::test::Writer;
+using qv::test::bytes_of;
 
 // Header and keys of a body of the given version; the caller adds what follows the keys.
 Writer body_start(std::uint32_t version, const std::vector<double>& params) {
@@ -65,13 +36,13 @@ TEST(RawCurveBuffer, ExactBytes) {
   want.f64(1.0).f64(2.0).f64(3.0).f64(-0.5);
   want.u32(0).u32(258).u8(3).u8(0).no_user_data().u32(264).u8(1);
   EXPECT_EQ(96u, c.GetBufferSize());
-  EXPECT_EQ(want.buffer(), write(c));
+  EXPECT_EQ(want.buffer(), bytes_of(c));
 
   // Not-a-number and infinities are stored as zero.
   QvRawFCurve odd(std::numeric_limits<double>::infinity());
   odd.CreateKey(1.0, std::nan(""));
   odd.SetValueWhenNoKeys(-std::numeric_limits<double>::infinity());
-  const Bytes bytes = write(odd);
+  const Bytes bytes = bytes_of(odd);
   Writer zeros;
   zeros.f64(1.0).f64(0.0);
   EXPECT_EQ(0, std::memcmp(bytes.data() + 40, zeros.b.data(), 16));
@@ -89,14 +60,14 @@ TEST(RawCurveBuffer, RoundTripKeepsEveryByte) {
   c.SetExtrapolationMethod(QvBaseFCurve::ExtrapolationCycleOffset);
   c.SetAsTimeFCurve(0);
   c.SetReadOnlyConstraint(1);
-  const Bytes first = write(c);
+  const Bytes first = bytes_of(c);
 
   QvBaseFCurve* raw = nullptr;
   ASSERT_EQ(QvBaseFCurve::KindRaw, QvBaseFCurve_GetKindFromBufferBody(first.data() + 4));
   ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(first.data() + 4, &raw));
   std::unique_ptr<QvBaseFCurve> loaded(raw);
   ASSERT_EQ(QvBaseFCurve::KindRaw, loaded->GetKind());
-  EXPECT_EQ(first, write(*loaded));
+  EXPECT_EQ(first, bytes_of(*loaded));
   EXPECT_EQ(1, loaded->IsReadOnly());
   EXPECT_EQ(0, loaded->IsTimeFCurve());
   EXPECT_EQ(1, loaded->HasUserData(0.74));
@@ -104,33 +75,26 @@ TEST(RawCurveBuffer, RoundTripKeepsEveryByte) {
 
   QvRawFCurve again(5.0);
   EXPECT_EQ(first.size() - 4, again.ReadFromBufferBody(first.data() + 4));
-  EXPECT_EQ(first, write(again));
+  EXPECT_EQ(first, bytes_of(again));
 }
 
-// Every body cut short is refused and leaves the target exactly as it was. Each cut is copied to
-// a block of its own length, so that a read past the length word's end would be caught.
+// Every body cut short is refused and leaves the target exactly as it was.
 TEST(RawCurveBuffer, TruncatedBodiesAreRefused) {
   QvRawFCurve source(0.0, 1.0, 2.0, 3.0);
   const _pmbUID id = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
   const unsigned char blob[2] = {0xAA, 0xBB};
   source.SetFCurveUserData(id, blob, 2);
-  const Bytes whole = write(source);
+  const Bytes whole = bytes_of(source);
 
   QvRawFCurve target(9.0, 9.0);
-  const Bytes before = write(target);
+  const Bytes before = bytes_of(target);
   for (std::size_t length = 0; length + 4 < whole.size(); ++length) {
     SCOPED_TRACE(length);
-    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length + 4));
-    cut[0] = static_cast<unsigned char>(length);
-    cut[1] = static_cast<unsigned char>(length >> 8);
-    cut[2] = 0;
-    cut[3] = 0;
-    std::unique_ptr<unsigned char[]> block(new unsigned char[cut.size()]);
-    std::memcpy(block.get(), cut.data(), cut.size());
-    ASSERT_EQ(0u, target.ReadFromBufferBody(block.get() + 4));
-    ASSERT_EQ(before, write(target));
+    const Bytes cut = qv::test::truncated(whole, length);
+    ASSERT_EQ(0u, target.ReadFromBufferBody(cut.data() + 4));
+    ASSERT_EQ(before, bytes_of(target));
     QvBaseFCurve* out = &target;
-    EXPECT_EQ(0, QvBaseFCurve_CreateFromBufferBody(block.get() + 4, &out));
+    EXPECT_EQ(0, QvBaseFCurve_CreateFromBufferBody(cut.data() + 4, &out));
     EXPECT_EQ(nullptr, out);
   }
 }

@@ -119,12 +119,12 @@ TEST(RectHandles, ScaleWithTheHandleOnItsAnchorSkews) {
   QvRect2f skewed(P(0, 0), P(10, 4));
   EXPECT_EQ(1, scaled.HandleScale(2, P(13, 6), P(10, 4)));
   EXPECT_EQ(1, skewed.HandleSkew(2, P(13, 6)));
-  EXPECT_EQ(rectoval_test::stored(skewed), rectoval_test::stored(scaled));
+  EXPECT_EQ(rectoval_test::bytes_of(skewed), rectoval_test::bytes_of(scaled));
   EXPECT_EQ(13.0f, scaled.GetPoint(8).x);  // cornerB took the whole move
   // The centre dragged about itself has nothing to scale and nothing to skew.
   QvRect2f still(P(0, 0), P(10, 4));
   EXPECT_EQ(1, still.HandleScale(0, P(40, 40), QvRect2f::CenterStyleCentre));
-  EXPECT_EQ(rectoval_test::stored(QvRect2f(P(0, 0), P(10, 4))), rectoval_test::stored(still));
+  EXPECT_EQ(rectoval_test::bytes_of(QvRect2f(P(0, 0), P(10, 4))), rectoval_test::bytes_of(still));
 }
 
 TEST(RectHandles, SkewMovesTheCornersOfTheHandle) {

@@ -15,7 +15,7 @@
 #include <random>
 
 using rectoval_test::P;
-using rectoval_test::stored;
+using rectoval_test::bytes_of;
 
 namespace {
 
@@ -93,7 +93,7 @@ TEST(RectOvalBuffer, SkewedShapesRoundTripByteForByte) {
   const QvLong kinds[2] = {2, 3};
   for (int i = 0; i < 2; ++i) {
     SCOPED_TRACE(kinds[i]);
-    const std::vector<unsigned char> bytes = stored(*shapes[i]);
+    const std::vector<unsigned char> bytes = bytes_of(*shapes[i]);
     ASSERT_EQ(32u, bytes.size());
     EXPECT_EQ(28, bytes[0]);
     EXPECT_EQ(0, bytes[1] | bytes[2] | bytes[3]);
@@ -106,29 +106,29 @@ TEST(RectOvalBuffer, SkewedShapesRoundTripByteForByte) {
     ASSERT_TRUE(back);
     EXPECT_EQ(28u, read);
     EXPECT_EQ(back.get(), back->QueryShapeKind(static_cast<QvShape2f::Kind>(kinds[i])));
-    EXPECT_EQ(bytes, stored(*back));
+    EXPECT_EQ(bytes, bytes_of(*back));
   }
 }
 
 TEST(RectOvalBuffer, ShortForeignAndWideKindBodies) {
   QvRect2f rect(P(1, 2), P(3, 5), P(0, 9));
   QvOval2f oval(P(-1, -1), P(4, 4));
-  const std::vector<unsigned char> rect_bytes = stored(rect);
-  const std::vector<unsigned char> oval_bytes = stored(oval);
+  const std::vector<unsigned char> rect_bytes = bytes_of(rect);
+  const std::vector<unsigned char> oval_bytes = bytes_of(oval);
   // A rectangle body is not an oval's, and the other way round.
   EXPECT_EQ(0u, oval.ReadFromBufferBody(rect_bytes.data() + 4));
   EXPECT_EQ(0u, rect.ReadFromBufferBody(oval_bytes.data() + 4));
-  EXPECT_EQ(oval_bytes, stored(oval));
-  EXPECT_EQ(rect_bytes, stored(rect));
+  EXPECT_EQ(oval_bytes, bytes_of(oval));
+  EXPECT_EQ(rect_bytes, bytes_of(rect));
   // Every length word short of the 28 bytes is refused.
   QvRect2f other(P(50, 50), P(60, 70));
-  const std::vector<unsigned char> before = stored(other);
+  const std::vector<unsigned char> before = bytes_of(other);
   for (unsigned length = 0; length < 28; ++length) {
     SCOPED_TRACE(length);
     std::vector<unsigned char> bytes = rect_bytes;
     bytes[0] = static_cast<unsigned char>(length);
     EXPECT_EQ(0u, other.ReadFromBufferBody(bytes.data() + 4));
-    EXPECT_EQ(before, stored(other));
+    EXPECT_EQ(before, bytes_of(other));
     QvULong read = 99;
     EXPECT_EQ(nullptr, QvShape2f_CreateFromBufferBody(bytes.data() + 4, read));
     EXPECT_EQ(0u, read);
@@ -138,7 +138,7 @@ TEST(RectOvalBuffer, ShortForeignAndWideKindBodies) {
   wide[6] = 1;
   QvOval2f target;
   EXPECT_EQ(28u, target.ReadFromBufferBody(wide.data() + 4));
-  EXPECT_EQ(oval_bytes, stored(target));
+  EXPECT_EQ(oval_bytes, bytes_of(target));
 }
 
 TEST(RectOvalSize, WidthAndHeightFollowTheSides) {
@@ -248,12 +248,12 @@ TEST(RectOvalShape, KindCloneAndAssignment) {
   EXPECT_EQ(&oval, oval.QueryShapeKind(QvShape2f::KindOval));
   EXPECT_EQ(nullptr, oval.QueryShapeKind(QvShape2f::KindPath));
   std::unique_ptr<QvShape2f> copy(rect.Clone());
-  EXPECT_EQ(stored(rect), stored(*copy));
+  EXPECT_EQ(bytes_of(rect), bytes_of(*copy));
   // Assignment through the base copies a shape of the same kind only.
   QvRect2f target;
   QvShape2f& as_shape = target;
   as_shape = oval;
-  EXPECT_EQ(stored(QvRect2f()), stored(target));
+  EXPECT_EQ(bytes_of(QvRect2f()), bytes_of(target));
   as_shape = *copy;
-  EXPECT_EQ(stored(rect), stored(target));
+  EXPECT_EQ(bytes_of(rect), bytes_of(target));
 }

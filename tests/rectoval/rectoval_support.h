@@ -6,6 +6,8 @@
 
 #include <vector>
 
+#include "support/byte_buffer.h"
+
 namespace rectoval_test {
 
 inline QvPoint2<float> P(double x, double y) {
@@ -22,11 +24,8 @@ Three corners(Shape& s) {
   return Three{s.GetPoint(6), s.GetPoint(8), s.GetPoint(4)};
 }
 
-inline std::vector<unsigned char> stored(const QvShape2f& shape) {
-  std::vector<unsigned char> bytes(shape.GetBufferSize());
-  shape.WriteToBuffer(bytes.data());
-  return bytes;
-}
+// The whole stored form of a shape: length word and body.
+using qv::test::bytes_of;
 
 }  // namespace rectoval_test
 

@@ -2,30 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include "support/byte_buffer.h"
+
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 namespace {
 
+using qv::test::bytes_of;
+using qv::test::f64_at;
+using qv::test::u32_at;
+
 const _pmbUID kTag = {0xCAFEF00Du, 1, 2, {9, 8, 7, 6, 5, 4, 3, 2}};
-
-std::vector<unsigned char> write(const QvBaseFCurve& c) {
-  std::vector<unsigned char> bytes(c.GetBufferSize());
-  EXPECT_EQ(bytes.size(), c.WriteToBuffer(bytes.data()));
-  return bytes;
-}
-
-QvULong u32(const std::vector<unsigned char>& b, std::size_t at) {
-  return static_cast<QvULong>(b[at] | (b[at + 1] << 8) | (b[at + 2] << 16)) |
-         (static_cast<QvULong>(b[at + 3]) << 24);
-}
-
-double f64(const std::vector<unsigned char>& b, std::size_t at) {
-  double v;
-  std::memcpy(&v, &b[at], 8);
-  return v;
-}
 
 // A curve with every field away from its default: shape numbers, flags, both locks, user data on
 // the curve and on a key, read-only, and a not-a-number that travels as 0.
@@ -50,20 +39,20 @@ void fill(QvQuatFCurve& view) {
 TEST(QuatBuffer, LayoutFigures) {
   QvQuatFCurve view(2);
   fill(view);
-  const std::vector<unsigned char> b = write(view);
+  const std::vector<unsigned char> b = bytes_of(view);
   ASSERT_EQ(52u + 48u * 3u + 0u + (b.size() - 52 - 144), b.size());
-  EXPECT_EQ(b.size() - 4, u32(b, 0));
-  EXPECT_EQ(0x30313031u, u32(b, 4));
+  EXPECT_EQ(b.size() - 4, u32_at(b, 0));
+  EXPECT_EQ(0x30313031u, u32_at(b, 4));
   EXPECT_EQ('1', b[4]);
   EXPECT_EQ('0', b[5]);
-  EXPECT_EQ(40u, u32(b, 8));
-  EXPECT_EQ(2u, u32(b, 12));
-  EXPECT_EQ(3u, u32(b, 16));
+  EXPECT_EQ(40u, u32_at(b, 8));
+  EXPECT_EQ(2u, u32_at(b, 12));
+  EXPECT_EQ(3u, u32_at(b, 16));
   // Keys in time order; the not-a-number angle is stored as 0.
-  EXPECT_EQ(-1.0, f64(b, 20));
-  EXPECT_EQ(0.0, f64(b, 28));
+  EXPECT_EQ(-1.0, f64_at(b, 20));
+  EXPECT_EQ(0.0, f64_at(b, 28));
   const std::size_t k1 = 20 + 48;
-  EXPECT_EQ(0.5, f64(b, k1));
+  EXPECT_EQ(0.5, f64_at(b, k1));
   float tension;
   std::memcpy(&tension, &b[k1 + 32], 4);
   EXPECT_EQ(0.25f, tension);
@@ -72,10 +61,10 @@ TEST(QuatBuffer, LayoutFigures) {
   EXPECT_EQ(6, b[k1 + 46]);     // both locks
   EXPECT_EQ(4, b[20 + 2 * 48 + 46]);
   const std::size_t tail = 20 + 3 * 48;
-  EXPECT_EQ(1.0, f64(b, tail));
-  EXPECT_EQ(3.0, f64(b, tail + 16));
-  EXPECT_EQ(1u, u32(b, tail + 24));
-  EXPECT_EQ(4u, u32(b, tail + 28));
+  EXPECT_EQ(1.0, f64_at(b, tail));
+  EXPECT_EQ(3.0, f64_at(b, tail + 16));
+  EXPECT_EQ(1u, u32_at(b, tail + 24));
+  EXPECT_EQ(4u, u32_at(b, tail + 28));
   // Without user data the body ends with an empty block of 9 bytes.
   QvQuatFCurve bare(0);
   EXPECT_EQ(52u + 9u, bare.GetBufferSize());
@@ -84,12 +73,12 @@ TEST(QuatBuffer, LayoutFigures) {
 TEST(QuatBuffer, RoundTripIsExact) {
   QvQuatFCurve view(1);
   fill(view);
-  const std::vector<unsigned char> first = write(view);
+  const std::vector<unsigned char> first = bytes_of(view);
   QvBaseFCurve* loaded = nullptr;
   ASSERT_EQ(1, QvBaseFCurve_CreateFromBufferBody(first.data() + 4, &loaded));
   ASSERT_NE(nullptr, loaded);
   EXPECT_EQ(QvBaseFCurve::KindQuat, loaded->GetKind());
-  EXPECT_EQ(first, write(*loaded));
+  EXPECT_EQ(first, bytes_of(*loaded));
   auto* quat = static_cast<QvQuatFCurve*>(loaded);
   EXPECT_EQ(1u, quat->GetComponent());
   const QvQuatKey k = quat->GetQuatCurve()->GetKey(1);
@@ -105,20 +94,16 @@ TEST(QuatBuffer, RoundTripIsExact) {
 TEST(QuatBuffer, EveryShortBodyIsRefused) {
   QvQuatFCurve source(0);
   fill(source);
-  const std::vector<unsigned char> full = write(source);
+  const std::vector<unsigned char> full = bytes_of(source);
   QvQuatFCurve target(2);
   target.CreateKey(3.0, 33.0);
-  const std::vector<unsigned char> before = write(target);
+  const std::vector<unsigned char> before = bytes_of(target);
   for (std::size_t length = 0; length + 4 < full.size(); ++length) {
     SCOPED_TRACE(length);
-    // Only the declared length is readable: the copy ends there.
-    std::vector<unsigned char> cut(full.begin(), full.begin() + static_cast<long>(length) + 4);
-    cut[0] = static_cast<unsigned char>(length);
-    cut[1] = static_cast<unsigned char>(length >> 8);
-    cut[2] = cut[3] = 0;
+    const qv::test::Bytes cut = qv::test::truncated(full, length);
     EXPECT_EQ(0u, target.ReadFromBufferBody(cut.data() + 4));
   }
-  EXPECT_EQ(before, write(target));
+  EXPECT_EQ(before, bytes_of(target));
   EXPECT_EQ(full.size() - 4, target.ReadFromBufferBody(full.data() + 4));
 }
 
@@ -126,7 +111,7 @@ TEST(QuatBuffer, VersionsAndKinds) {
   QvQuatFCurve source(2);
   source.CreateKey(1.0, 45.0);
   source.CreateKey(2.0, 90.0);
-  const std::vector<unsigned char> current = write(source);
+  const std::vector<unsigned char> current = bytes_of(source);
   // The older body has no component word: everything after it moves 4 bytes up.
   std::vector<unsigned char> old(current);
   old.erase(old.begin() + 12, old.begin() + 16);
@@ -164,7 +149,7 @@ TEST(QuatBuffer, EqualTimesMergeOnRead) {
   QvQuatFCurve source(0);
   source.CreateKey(1.0, 10.0);
   source.CreateKey(2.0, 20.0);
-  std::vector<unsigned char> b = write(source);
+  std::vector<unsigned char> b = bytes_of(source);
   // The second record takes the first one's time: it replaces that key.
   std::memcpy(&b[20 + 48], &b[20], 8);
   QvQuatFCurve target(0);

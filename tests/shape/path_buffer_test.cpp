@@ -55,10 +55,10 @@ TEST(PathBuffer, ExactBytesAndRoundTrip) {
   EXPECT_EQ(nullptr, shape->QueryShapeKind(QvShape2f::KindPathProp));
   EXPECT_EQ(0, back.IsG1LockOn(0));
   EXPECT_EQ(0, back.IsActive());
-  EXPECT_EQ(want, qv_test::stored(back));
+  EXPECT_EQ(want, qv_test::bytes_of(back));
 
   // An empty path stores 16 bytes, reads back empty, and can be built on.
-  const Bytes empty = qv_test::stored(QvPath2f());
+  const Bytes empty = qv_test::bytes_of(QvPath2f());
   EXPECT_EQ(16u, empty.size());
   ASSERT_EQ(12u, back.ReadFromBufferBody(empty.data() + 4));
   EXPECT_EQ(0u, back.NumPoints());
@@ -69,10 +69,10 @@ TEST(PathBuffer, ExactBytesAndRoundTrip) {
   // they are read back as they stand, with the copy's active word.
   QvPath2f mixed;
   qv_test::build_mixed(mixed);
-  const Bytes cut = qv_test::stored(QvPath2f(mixed, 2, 5));
+  const Bytes cut = qv_test::bytes_of(QvPath2f(mixed, 2, 5));
   EXPECT_EQ((Bytes{1, 9, 10, 5, 1, 0, 0, 0}), Bytes(cut.end() - 8, cut.end()));
   ASSERT_EQ(cut.size() - 4, back.ReadFromBufferBody(cut.data() + 4));
-  EXPECT_EQ(cut, qv_test::stored(back));
+  EXPECT_EQ(cut, qv_test::bytes_of(back));
 }
 
 TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
@@ -80,14 +80,14 @@ TEST(PathBuffer, TruncatedAndInconsistentBodiesChangeNothing) {
   source.Moveto(P(0, 0));
   source.Curveto(P(1, 0), P(2, 1), P(2, 2));
   source.Lineto(P(0, 0));
-  const Bytes good = qv_test::stored(source);  // n = 5
+  const Bytes good = qv_test::bytes_of(source);  // n = 5
   QvPath2f target;
   target.Moveto(P(7, 7));
   target.Lineto(P(8, 8));
-  const Bytes before = qv_test::stored(target);
+  const Bytes before = qv_test::bytes_of(target);
   auto refused = [&](const Bytes& bad) {
     QvULong read = 99;
-    return target.ReadFromBufferBody(bad.data() + 4) == 0 && qv_test::stored(target) == before &&
+    return target.ReadFromBufferBody(bad.data() + 4) == 0 && qv_test::bytes_of(target) == before &&
            QvShape2f_CreateFromBufferBody(bad.data() + 4, read) == nullptr && read == 0;
   };
   // Every shorter body, in a block of exactly its size, with a length word to match.
@@ -215,7 +215,7 @@ TEST(PathBuffer, AnyTypesAreReadAndWalkedSafely) {
     // bits above the types.
     bytes[6] = bytes[7] = 0;
     for (std::size_t t = 0; t < count; ++t) bytes[12 + 8 * count + t] &= 0x3F;
-    ASSERT_EQ(bytes, qv_test::stored(path)) << round;
+    ASSERT_EQ(bytes, qv_test::bytes_of(path)) << round;
     ASSERT_NO_FATAL_FAILURE(exercise(path)) << round;
   }
   EXPECT_GT(accepted, 1000u);

@@ -189,7 +189,7 @@ TEST(PathModel, CopiesAreDeepRangeCopiesOpenWhatTheyCut) {
   EXPECT_EQ(1, part.IsActive());
   EXPECT_EQ(0u, PathProbe(path, 5, 2).NumPoints());
 
-  const std::vector<unsigned char> before = qv_test::stored(path);
+  const std::vector<unsigned char> before = qv_test::bytes_of(path);
   std::unique_ptr<QvShape2f> clone(path.Clone());
   PathProbe copy(path);
   QvPath2f by_shape;
@@ -202,9 +202,9 @@ TEST(PathModel, CopiesAreDeepRangeCopiesOpenWhatTheyCut) {
   EXPECT_EQ(path.Clear(), &path);
   EXPECT_EQ(0, path.IsActive());
   EXPECT_EQ(1, path.IsSiblingOf(QvPath2f()));
-  EXPECT_EQ(before, qv_test::stored(*clone));
-  EXPECT_EQ(before, qv_test::stored(copy));
-  EXPECT_EQ(before, qv_test::stored(by_shape));
+  EXPECT_EQ(before, qv_test::bytes_of(*clone));
+  EXPECT_EQ(before, qv_test::bytes_of(copy));
+  EXPECT_EQ(before, qv_test::bytes_of(by_shape));
 }
 
 TEST(PathModel, WholePathMovesMapEveryPoint) {

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "support/byte_buffer.h"
+
 namespace qv_test {
 
 // Opens the protected side of a path to the tests.
@@ -42,11 +44,7 @@ inline QvExtent2<float> universe() {
 }
 
 // The whole stored form of a shape: length word and body.
-inline std::vector<unsigned char> stored(const QvShape2f& shape) {
-  std::vector<unsigned char> bytes(shape.GetBufferSize());
-  shape.WriteToBuffer(bytes.data());
-  return bytes;
-}
+using qv::test::bytes_of;
 
 // Moveto (0,0), line to (10,0), cubic to (10,10), quadratic back to (0,0),
 // closed; then an open subpath of one line from (20,0) to (30,0).
