@@ -1,0 +1,3 @@
+list(APPEND QV_SOURCES
+  src/morph/QvMorpher.cpp
+  src/morph/morph_polyline.cpp)
