@@ -113,8 +113,8 @@ void MipStoreF64(unsigned char* out, double v) {
 }
 
 double MipLoadF64(const unsigned char* in) {
-  const std::uint64_t bits =
-      static_cast<std::uint64_t>(load_u32(in)) | (static_cast<std::uint64_t>(load_u32(in + 4)) << 32);
+  const std::uint64_t bits = static_cast<std::uint64_t>(load_u32(in)) |
+                             (static_cast<std::uint64_t>(load_u32(in + 4)) << 32);
   double v;
   std::memcpy(&v, &bits, sizeof v);
   return v;
