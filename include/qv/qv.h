@@ -31,5 +31,6 @@
 #include <qv/QvShapeSetOps.h>
 #include <qv/QvVectorizer.h>
 #include <qv/QvMorpher.h>
+#include <qv/QvMipPath2fProp1d.h>
 
 #endif
