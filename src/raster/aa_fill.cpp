@@ -296,24 +296,47 @@ class AAScan {
   }
 
   // Counts words from..to and clears them. Most words between shapes are
-  // zero: they are skipped eight at a time.
+  // zero: they are skipped eight at a time. The choice of table or count is
+  // made once a call, not once a pixel.
   void WriteCounted(T* out, QvLong from, QvLong to) noexcept {
+    if (m_opaqueCoverage)
+      WriteCountedBy<true>(out, from, to);
+    else
+      WriteCountedBy<false>(out, from, to);
+  }
+
+  template <bool Opaque>
+  T ValueBy(Word w) const noexcept {
+    if constexpr (Opaque)
+      return static_cast<T>(CoverageByteTable[w & 0xFFFFu]);
+    else
+      return m_store(Mask<S>::Count(w));
+  }
+
+  template <bool Opaque>
+  void WriteCountedBy(T* out, QvLong from, QvLong to) noexcept {
     Word* words = m_new;
     QvLong x = from;
     for (; x + 8 <= to + 1; x += 8) {
-      const Word any = words[x] | words[x + 1] | words[x + 2] | words[x + 3] | words[x + 4] |
-                       words[x + 5] | words[x + 6] | words[x + 7];
+      Word* w = words + x;
+      const Word any = w[0] | w[1] | w[2] | w[3] | w[4] | w[5] | w[6] | w[7];
+      T* o = out + x;
       if (any == 0) {
-        std::fill(out + x, out + x + 8, m_zeroValue);
+        std::fill(o, o + 8, m_zeroValue);
         continue;
       }
-      for (QvLong k = x; k < x + 8; ++k) {
-        out[k] = Value(words[k]);
-        words[k] = 0;
-      }
+      o[0] = ValueBy<Opaque>(w[0]);
+      o[1] = ValueBy<Opaque>(w[1]);
+      o[2] = ValueBy<Opaque>(w[2]);
+      o[3] = ValueBy<Opaque>(w[3]);
+      o[4] = ValueBy<Opaque>(w[4]);
+      o[5] = ValueBy<Opaque>(w[5]);
+      o[6] = ValueBy<Opaque>(w[6]);
+      o[7] = ValueBy<Opaque>(w[7]);
+      std::fill(w, w + 8, Word{0});
     }
     for (; x <= to; ++x) {
-      out[x] = Value(words[x]);
+      out[x] = ValueBy<Opaque>(words[x]);
       words[x] = 0;
     }
   }

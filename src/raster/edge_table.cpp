@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <vector>
 
 CFillContext::~CFillContext() { Release(); }
 
@@ -86,9 +87,18 @@ QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags
   }
   close_polygon();
 
-  std::sort(vertices, vertices + kept, [](const FillVertex& a, const FillVertex& b) {
-    return sort_key(a.points[a.index].y) < sort_key(b.points[b.index].y);
-  });
+  // The keys are read once beside the vertices rather than through their point
+  // at every comparison. The sort sees the same comparisons and so leaves
+  // vertices of equal height in the same order.
+  struct Keyed {
+    double key;
+    FillVertex vertex;
+  };
+  std::vector<Keyed> keyed(static_cast<std::size_t>(kept));
+  for (QvLong i = 0; i < kept; ++i)
+    keyed[static_cast<std::size_t>(i)] = Keyed{sort_key(out[vertices[i].index].y), vertices[i]};
+  std::sort(keyed.begin(), keyed.end(), [](const Keyed& a, const Keyed& b) { return a.key < b.key; });
+  for (QvLong i = 0; i < kept; ++i) vertices[i] = keyed[static_cast<std::size_t>(i)].vertex;
   return kept;
 }
 

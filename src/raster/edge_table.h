@@ -39,15 +39,16 @@ QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags
 
 // Floor and ceiling without a library call: the baseline instruction set has
 // no rounding instruction, and the span makers round twice a span. Exact for
-// every double; values beyond 2^52 are integers already.
+// every double; values beyond 2^52 are integers already. One magnitude test
+// sends NaN, huge and infinite values back as they are.
 inline double floor_exact(double v) noexcept {
-  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;  // NaN, huge, infinite
+  if (!(std::fabs(v) < 4503599627370496.0)) return v;
   const double t = static_cast<double>(static_cast<std::int64_t>(v));
   return t > v ? t - 1.0 : t;
 }
 
 inline double ceil_exact(double v) noexcept {
-  if (!(v > -4503599627370496.0 && v < 4503599627370496.0)) return v;
+  if (!(std::fabs(v) < 4503599627370496.0)) return v;
   const double t = static_cast<double>(static_cast<std::int64_t>(v));
   return t < v ? t + 1.0 : t;
 }
