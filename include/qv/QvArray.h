@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <type_traits>
 
 // The tag of a flattened or sampled point. A polyline in a tagged list runs from a TagFirst to the
 // next TagLast; readers find subpaths by the tags alone.
@@ -44,6 +45,12 @@ inline QvULong next_capacity(QvULong c, QvULong n) {
   return c == 0 ? 1 : c;
 }
 
+// The block forms of the constructor and of Add take only a real pointer to elements, so that a
+// literal 0 reads as a value: Add(0, 0) on a point array appends the origin and QvULongArray(0, 8)
+// holds one zero, instead of both being ambiguous with a null block.
+template <class P, class E> using BlockPointer =
+    std::enable_if_t<std::is_pointer_v<P> && std::is_convertible_v<P, const E*>, int>;
+
 // Shared body of the twelve typed arrays. Elements are moved by block copies, so every element type
 // is bitwise movable. Nothing here checks an index, a count or a range.
 template <class Derived, class E, bool ZeroFill> class TypedArray {
@@ -61,7 +68,8 @@ template <class Derived, class E, bool ZeroFill> class TypedArray {
     data[0] = value;
   }
 
-  TypedArray(const E* values, QvULong count) : size(count), capacity(count), data(allocate(count)) {
+  template <class P, BlockPointer<P, E> = 0>
+  TypedArray(P values, QvULong count) : size(count), capacity(count), data(allocate(count)) {
     copy_elements(data, values, count);
   }
 
@@ -103,14 +111,11 @@ template <class Derived, class E, bool ZeroFill> class TypedArray {
     data[old_size] = copy;
   }
 
-  void Add(const E* values, QvULong count) {
-    const QvULong old_size = size;
-    size = old_size + count;
-    apply_capacity_rule(old_size, size);
-    copy_elements(data + old_size, values, count);
+  template <class P, BlockPointer<P, E> = 0> void Add(P values, QvULong count) {
+    append_block(values, count);
   }
 
-  void Add(const Derived& other) { Add(other.data, other.size); }
+  void Add(const Derived& other) { append_block(other.data, other.size); }
 
   void Chop(QvULong n) {
     if (size > n) size = n;
@@ -122,8 +127,15 @@ template <class Derived, class E, bool ZeroFill> class TypedArray {
   }
 
  protected:
+  void append_block(const E* values, QvULong count) {
+    const QvULong old_size = size;
+    size = old_size + count;
+    apply_capacity_rule(old_size, size);
+    copy_elements(data + old_size, values, count);
+  }
+
   void AddRange(const Derived& other, QvULong from, QvULong to) {
-    Add(other.data + from, to - from + 1);
+    append_block(other.data + from, to - from + 1);
   }
 
   void InsertBefore(QvULong i, const E& value) {

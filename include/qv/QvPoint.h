@@ -231,9 +231,15 @@ struct QvExtentStates {
   enum ExtentState : std::int32_t { ExtentBounded = 0, ExtentEmpty = 1, ExtentUniverse = 2 };
 };
 
-// A closed axis-aligned box. Users read and write the fields directly; the members are the rules
-// every part of the library applies to them.
-template <class T> struct QvExtent2 : QvExtentStates {
+// A closed axis-aligned box. Users read and write the fields directly, and may brace-initialise
+// it as {min, max, state}, so it stays a plain aggregate: the states are named here rather than
+// inherited. The members are the rules every part of the library applies to the fields.
+template <class T> struct QvExtent2 {
+  using ExtentState = QvExtentStates::ExtentState;
+  static constexpr ExtentState ExtentBounded = QvExtentStates::ExtentBounded;
+  static constexpr ExtentState ExtentEmpty = QvExtentStates::ExtentEmpty;
+  static constexpr ExtentState ExtentUniverse = QvExtentStates::ExtentUniverse;
+
   QvPoint2<T> min;
   QvPoint2<T> max;
   ExtentState state = ExtentEmpty;
@@ -266,7 +272,12 @@ template <class T> struct QvExtent2 : QvExtentStates {
 };
 
 // The 3D extent; only the 3D spline's input range uses it.
-template <class T> struct QvExtent3 : QvExtentStates {
+template <class T> struct QvExtent3 {
+  using ExtentState = QvExtentStates::ExtentState;
+  static constexpr ExtentState ExtentBounded = QvExtentStates::ExtentBounded;
+  static constexpr ExtentState ExtentEmpty = QvExtentStates::ExtentEmpty;
+  static constexpr ExtentState ExtentUniverse = QvExtentStates::ExtentUniverse;
+
   QvPoint3<T> min;
   QvPoint3<T> max;
   ExtentState state = ExtentEmpty;

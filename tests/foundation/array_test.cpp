@@ -27,6 +27,10 @@ TEST(Array, Constructors) {
   EXPECT_EQ(3u, three.capacity);
   const QvDoubleArray none(values, 0);
   EXPECT_EQ(0u, none.capacity);  // the only way to a capacity of 0
+  const QvULongArray zero_value(0, 8);  // a literal 0 is a value here, not a null block
+  EXPECT_EQ(1u, zero_value.size);
+  EXPECT_EQ(8u, zero_value.capacity);
+  EXPECT_EQ(0u, zero_value[0]);
   const QvDoubleArray copy(one);
   EXPECT_EQ(100u, copy.capacity);
   EXPECT_EQ(1.5, copy[0]);
@@ -113,6 +117,12 @@ TEST(Array, PointArraysZeroNewStorage) {
   a.Add(9, 10);  // grows to 8: the three new slots read zero
   EXPECT_EQ(8u, a.capacity);
   for (QvULong i = 5; i < 8; ++i) EXPECT_EQ(0.0f, a.data[i].x + a.data[i].y);
+
+  QvPoint2dArray origin;
+  origin.Add(0, 0);
+  origin.Add(0, 2);
+  ASSERT_EQ(2u, origin.size);
+  EXPECT_EQ(2.0, origin[1].y);
 
   QvPoint2fArray b;
   b.Add(a, 1, 3);

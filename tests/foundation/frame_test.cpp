@@ -25,6 +25,10 @@ TEST(Trace, FormatsAndCutsAt512Characters) {
   g_trace.clear();
   _qvTRACE(L"%ls %d", L"wide", 7);
   EXPECT_EQ("wide 7", g_trace);
+  g_trace.clear();
+  const std::wstring long_wide(2000, L'w');
+  _qvTRACE(L"%ls", long_wide.c_str());  // cut or dropped, never overrun
+  EXPECT_LE(g_trace.size(), 511u);
   QvSetTraceSink(nullptr);
 }
 

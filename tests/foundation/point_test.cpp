@@ -120,4 +120,13 @@ TEST(Extent, AugmentIntersectInside) {
   EXPECT_TRUE(all.IsIntersecting(e));
   all.Augment(P2d(100, 100));
   EXPECT_EQ(QvExtent2<double>::ExtentUniverse, all.state);
+
+  // A plain aggregate in field order; both element types share one state enumeration.
+  const QvExtent2<float> braced = {{0, 0}, {2, 2}, QvExtent2<float>::ExtentBounded};
+  QvExtent2<double> widened;
+  widened.state = braced.state;
+  EXPECT_EQ(QvExtent2<double>::ExtentBounded, widened.state);
+  EXPECT_TRUE(braced.IsInside(QvPoint2<float>(2, 0)));
+  const QvExtent3<double> box = {};
+  EXPECT_EQ(QvExtent3<double>::ExtentEmpty, box.state);
 }
