@@ -1,0 +1,4 @@
+list(APPEND QV_SOURCES
+  src/shape/QvPathBuilder.cpp
+  src/shape/QvPathBuilder_cubic.cpp
+  src/shape/builder_geometry.cpp)
