@@ -99,4 +99,50 @@ class QV_API QvCubicPathBuilder : public QvBasePathBuilder {
   void ComputeTrailingSamplePoints(QvULong n, QvLong flush);
 };
 
+// Fits curves of the given degree to the stroke by least squares, cutting it at corners. Input
+// gaps between minDistance and maxDistance are filled with evenly spaced points so that the fit
+// sees even spacing; runs of steps at or above maxDistance are too sparse to fit and are joined
+// by cubics from sample to sample instead. tolerance is the fit's distance bound.
+class QV_API QvBezierFitPathBuilder : public QvBasePathBuilder {
+ public:
+  QvBezierFitPathBuilder(const QvGC& gc, QvPath2f* path, double maxDistance, double minDistance,
+                         double tolerance, QvULong degree);
+  ~QvBezierFitPathBuilder() override;
+
+  void AddInputPoint(const QvPoint2<float>& p, QvLong force) override;
+  const QvPoint2fArray& GetTrailingSamples() override;
+  const QvPoint2fArray& EndSubpath(const QvPoint2<float>& p, QvLong close) override;
+  void Reset() override;
+
+  double GetMaxDistance() const;
+  void SetMaxDistance(double value);
+  double GetMinDistance() const;
+  void SetMinDistance(double value);
+  QvULong GetDegree() const;
+  void SetDegree(QvULong value);
+  double GetTolerance() const;
+  void SetTolerance(double value);
+
+ protected:
+  void AddTrailingInputPoints(QvLong close);
+  void ComputeTrailingSamplePoints(QvULong n, QvLong flush);
+
+  double m_maxDistance;
+  double m_minDistance;
+  QvULong m_degree;
+  double m_tolerance;
+  QvDoubleArray m_lengths;
+  QvBezierTool m_tool;
+  QvBoolArray m_cornerFlags;
+  QvPoint2fArray m_flat;
+
+ private:
+  void FitStretch(QvULong s, bool cornerAtStart, QvULong e, bool cornerAtEnd, bool closing);
+  void PolygonStep(QvULong s, bool cornerAtStart, QvULong e, bool closing);
+  void ChainStep(QvULong s, bool cornerAtStart, QvULong e, bool cornerAtEnd, bool closing);
+  QvPoint2<double> PathEndTangent() const;
+  QvPoint2<double> PathStartTangent() const;
+  QvPoint2<double> StartTangent(QvULong s, bool cornerAtStart) const;
+};
+
 #endif

@@ -47,9 +47,13 @@ void walk_samples(const QvPoint2<float>* points, QvULong first, QvULong last, do
 
 void smooth_trailing(QvPoint2fArray& points, QvULong first, double smallest) {
   if (points.size < 3) return;
+  smooth_range(points, first, points.size - 1, smallest);
+}
+
+void smooth_range(QvPoint2fArray& points, QvULong first, QvULong last, double smallest) {
   QvPoint2<float>* p = points.data;
   QvPoint2<float> old_prev = p[first];
-  for (QvULong i = first + 1; i + 1 < points.size; ++i) {
+  for (QvULong i = first + 1; i < last; ++i) {
     const QvPoint2<float> own = p[i];
     const QvPoint2<float> q((old_prev.x + p[i + 1].x) * 0.25f + own.x * 0.5f,
                             (old_prev.y + p[i + 1].y) * 0.25f + own.y * 0.5f);

@@ -17,6 +17,8 @@ void walk_samples(const QvPoint2<float>* points, QvULong first, QvULong last, do
 // In place over points[first + 1 .. size - 2], each point against its neighbours as they stood
 // before the pass; a move smaller than smallest against the smoothed predecessor is not made.
 void smooth_trailing(QvPoint2fArray& points, QvULong first, double smallest);
+// The same over points[first + 1 .. last - 1]; last must be below the array's size.
+void smooth_range(QvPoint2fArray& points, QvULong first, QvULong last, double smallest);
 
 // Unit tangent of the samples at index i; zero beyond the last index. Near-zero vectors come back
 // as they are.

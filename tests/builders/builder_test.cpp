@@ -189,4 +189,76 @@ TEST(CubicBuilder, ClosedStrokeEndsOnItsFirstPoint) {
   EXPECT_EQ(0.0f, path.GetPoint(12).y);
 }
 
+// Exposes the evened-out inputs, which the fit works on.
+struct FitProbe : QvBezierFitPathBuilder {
+  using QvBezierFitPathBuilder::QvBezierFitPathBuilder;
+  std::vector<P> inputs() const { return points_of(m_inputs); }
+};
+
+TEST(FitBuilder, FillsOnlyGapsBetweenTheTwoLimits) {
+  QvGC gc = make_gc(10.0);
+  QvPath2f path;
+  struct Row { const char* name; double min, max; size_t count; } rows[] = {
+      {"filled", 2.0, 20.0, 6},        // steps at 2, 4, 6, 8, then 10 itself
+      {"min above gap", 12.0, 20.0, 2},
+      {"gap above max", 2.0, 9.0, 2},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    FitProbe b(gc, &path, row.max, row.min, 0.1, 3);
+    b.StartSubpath(P(0, 0));
+    b.AddInputPoint(P(10, 0), 0);
+    const std::vector<P> in = b.inputs();
+    ASSERT_EQ(row.count, in.size());
+    EXPECT_EQ(10.0f, in.back().x);
+    if (row.count == 6) {
+      EXPECT_EQ(4.0f, in[2].x);
+    }
+  }
+}
+
+TEST(FitBuilder, ShortStretchUsesItsSamplesAsControlPolygon) {
+  QvGC gc = make_gc(10.0, 100.0);  // a large feature size keeps smoothing from moving samples
+  QvPath2f path;
+  QvBezierFitPathBuilder b(gc, &path, 1000.0, 0.0, 0.1, 5);
+  const P in[] = {P(0, 0), P(10, 0), P(20, 5), P(30, 5)};
+  b.StartSubpath(in[0]);
+  for (int i = 1; i < 4; ++i) b.AddInputPoint(in[i], 1);
+  b.EndSubpath(in[3], 0);
+  ASSERT_EQ(5u, path.NumPoints());
+  EXPECT_EQ(4u, path.GetDegree(4));
+  for (int i = 1; i < 4; ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(in[i].x, path.GetPoint(static_cast<QvULong>(i + 1)).x);
+    EXPECT_EQ(in[i].y, path.GetPoint(static_cast<QvULong>(i + 1)).y);
+  }
+  // The added handle sits a quarter of the end-to-end distance out along the start tangent.
+  const P h = path.GetPoint(1);
+  EXPECT_NEAR(std::hypot(30.0, 5.0) / 4.0, std::hypot(double(h.x), double(h.y)), 1e-4);
+}
+
+TEST(FitBuilder, FittedArcStaysOnTheCircle) {
+  // Reference: the circle the samples came from, checked densely along the flattened result.
+  QvGC gc = make_gc(1.0, 0.01, 0.01);
+  QvPath2f path;
+  QvBezierFitPathBuilder b(gc, &path, 20.0, 0.5, 0.05, 3);
+  const double r = 50.0;
+  auto on_circle = [r](double a) {
+    return P(static_cast<float>(r * std::cos(a)), static_cast<float>(r * std::sin(a)));
+  };
+  b.StartSubpath(on_circle(0.0));
+  std::vector<P> samples;
+  for (int i = 1; i <= 90; ++i) {
+    b.AddInputPoint(on_circle(i * 0.03), 0);
+    if (i % 11 == 0)
+      for (const P& s : points_of(b.GetTrailingSamples())) samples.push_back(s);
+  }
+  for (const P& s : points_of(b.EndSubpath(on_circle(2.7), 0))) samples.push_back(s);
+  EXPECT_EQ(2.7f * 50.0f, static_cast<float>(samples.size() - 1)) << "about one sample a unit";
+  ASSERT_GT(path.NumPoints(), 4u);
+  for (const P& s : samples) EXPECT_NEAR(r, std::hypot(double(s.x), double(s.y)), 0.2);
+  const P end = path.GetPoint(path.NumPoints() - 1);
+  EXPECT_NEAR(on_circle(2.7).x, end.x, 1e-4);
+}
+
 }  // namespace
