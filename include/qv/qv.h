@@ -24,6 +24,7 @@
 #include <qv/QvShape2f.h>
 #include <qv/QvPath2f.h>
 #include <qv/QvPath2fProp1d.h>
+#include <qv/QvPathBuilder.h>
 #include <qv/QvFill.h>
 #include <qv/QvMotionPath3d.h>
 #include <qv/QvRect2f.h>

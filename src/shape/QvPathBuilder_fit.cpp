@@ -224,7 +224,8 @@ void QvBezierFitPathBuilder::FitStretch(QvULong s, bool cornerAtStart, QvULong e
   QvPoint2<float> out[9];
   QvULong fail = 0;
   QvLong ok = 0;
-  if (m_degree > 8) return;
+  // Fits exist for degrees 3 to 8 only; any other degree would split the stretch without end.
+  if (m_degree < 3 || m_degree > 8) return;
   if (!closing) {
     const QvPoint2<double> t0 = StartTangent(s, cornerAtStart);
     if (e >= s + 2 && qi::within(p[e - 2], p[e - 1], m_tolerance) &&

@@ -261,4 +261,19 @@ TEST(FitBuilder, FittedArcStaysOnTheCircle) {
   EXPECT_NEAR(on_circle(2.7).x, end.x, 1e-4);
 }
 
+TEST(FitBuilder, DegreesWithoutAFitEndTheStroke) {
+  // Fits exist for degrees 3 to 8; any other degree must neither hang nor write a curve.
+  QvGC gc = make_gc(1.0, 0.01, 0.01);
+  for (QvULong degree : {0u, 1u, 2u, 9u}) {
+    SCOPED_TRACE(degree);
+    QvPath2f path;
+    QvBezierFitPathBuilder b(gc, &path, 20.0, 0.5, 0.05, 3);
+    b.SetDegree(degree);
+    b.StartSubpath(P(0, 0));
+    for (int i = 1; i <= 40; ++i) b.AddInputPoint(P(static_cast<float>(i), static_cast<float>(i % 7)), 0);
+    b.EndSubpath(P(41, 0), 0);
+    EXPECT_LE(path.NumPoints(), 1u);
+  }
+}
+
 }  // namespace
