@@ -12,7 +12,6 @@ namespace {
 
 using qv::internal::Quat;
 constexpr double kDeg = 0.017453292519943295;
-constexpr double kPi = 3.141592653589793;
 
 QvPoint3<double> deg(double x, double y, double z) {
   return QvPoint3<double>(x * kDeg, y * kDeg, z * kDeg);
