@@ -93,25 +93,14 @@ QvULong QvOval2f::NumPoints() const { return qi::kHandleCount; }
 QvExtent2<double>& QvOval2f::GetExtent(QvExtent2<double>& extent) const {
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  const QvPoint2<double> a(k.a.x, k.a.y);
-  const QvPoint2<double> b(k.b.x, k.b.y);
-  const QvPoint2<double> c(k.c.x, k.c.y);
-  extent = QvExtent2<double>();
-  extent.Augment(a);
-  extent.Augment(b);
-  extent.Augment(c);
-  extent.Augment(QvPoint2<double>(b.x + c.x - a.x, b.y + c.y - a.y));
+  extent = qi::corners_extent_d(k);
   return extent;
 }
 
 QvExtent2<float>& QvOval2f::GetExtent(QvExtent2<float>& extent) const {
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  extent = QvExtent2<float>();
-  extent.Augment(k.a);
-  extent.Augment(k.b);
-  extent.Augment(k.c);
-  extent.Augment(qi::far_corner(k));
+  extent = qi::corners_extent_f(k);
   return extent;
 }
 
@@ -141,10 +130,7 @@ QvPoint2<double>* QvOval2f::GetPoints(QvULong first, QvULong last, QvPoint2<doub
   if (!out) return out;
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  for (QvULong i = first; i <= last && i < qi::kHandleCount; ++i) {
-    const QvPoint2<float> p = qi::handle_point(k, i);
-    out[i - first] = QvPoint2<double>(p.x, p.y);
-  }
+  qi::copy_handles(k, first, last, out);
   return out;
 }
 
@@ -152,8 +138,7 @@ QvPoint2<float>* QvOval2f::GetPoints(QvULong first, QvULong last, QvPoint2<float
   if (!out) return out;
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  for (QvULong i = first; i <= last && i < qi::kHandleCount; ++i)
-    out[i - first] = qi::handle_point(k, i);
+  qi::copy_handles(k, first, last, out);
   return out;
 }
 
@@ -162,16 +147,7 @@ QvLong QvOval2f::GetClosePointIndex(const QvPoint2<float>& point, double size,
                                   QvULong* index) const {
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  const float half = static_cast<float>(size * 0.5);
-  for (QvULong i = 0; i < qi::kHandleCount; ++i) {
-    const QvPoint2<float> p = qi::handle_point(k, i);
-    if (point.x - half <= p.x && p.x <= point.x + half && point.y - half <= p.y &&
-        p.y <= point.y + half) {
-      if (index) *index = i;
-      return 1;
-    }
-  }
-  return 0;
+  return qi::find_close_handle(k, point, size, index);
 }
 
 QvULong QvOval2f::GetPointsInExtentIndices(const QvExtent2<float>& extent,
@@ -179,13 +155,7 @@ QvULong QvOval2f::GetPointsInExtentIndices(const QvExtent2<float>& extent,
   if (!indices) return 0;
   qi::Corners k;
   SetupPointRep(k.a, k.b, k.c);
-  QvULong added = 0;
-  for (QvULong i = 0; i < qi::kHandleCount; ++i) {
-    if (!extent.IsInside(qi::handle_point(k, i))) continue;
-    indices->Add(i);
-    ++added;
-  }
-  return added;
+  return qi::handles_in_extent(k, extent, indices);
 }
 
 // ---------------------------------------------------------------------------

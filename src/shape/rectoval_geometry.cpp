@@ -210,4 +210,57 @@ void skew_corners(Corners& k, QvULong handle, const QvPoint2<float>& target) {
   }
 }
 
+QvExtent2<double> corners_extent_d(const Corners& k) {
+  const QvPoint2<double> a(k.a.x, k.a.y);
+  const QvPoint2<double> b(k.b.x, k.b.y);
+  const QvPoint2<double> c(k.c.x, k.c.y);
+  QvExtent2<double> extent;
+  extent.Augment(a);
+  extent.Augment(b);
+  extent.Augment(c);
+  extent.Augment(QvPoint2<double>(b.x + c.x - a.x, b.y + c.y - a.y));
+  return extent;
+}
+
+QvExtent2<float> corners_extent_f(const Corners& k) {
+  QvExtent2<float> extent;
+  extent.Augment(k.a);
+  extent.Augment(k.b);
+  extent.Augment(k.c);
+  extent.Augment(far_corner(k));
+  return extent;
+}
+
+template <class P> void copy_handles(const Corners& k, QvULong first, QvULong last, P* out) {
+  for (QvULong i = first; i <= last && i < kHandleCount; ++i) {
+    const QvPoint2<float> p = handle_point(k, i);
+    out[i - first] = P(p.x, p.y);
+  }
+}
+template void copy_handles(const Corners&, QvULong, QvULong, QvPoint2<float>*);
+template void copy_handles(const Corners&, QvULong, QvULong, QvPoint2<double>*);
+
+QvLong find_close_handle(const Corners& k, const QvPoint2<float>& point, double size, QvULong* index) {
+  const float half = static_cast<float>(size * 0.5);
+  for (QvULong i = 0; i < kHandleCount; ++i) {
+    const QvPoint2<float> p = handle_point(k, i);
+    if (point.x - half <= p.x && p.x <= point.x + half && point.y - half <= p.y &&
+        p.y <= point.y + half) {
+      if (index) *index = i;
+      return 1;
+    }
+  }
+  return 0;
+}
+
+QvULong handles_in_extent(const Corners& k, const QvExtent2<float>& extent, QvULongArray* indices) {
+  QvULong added = 0;
+  for (QvULong i = 0; i < kHandleCount; ++i) {
+    if (!extent.IsInside(handle_point(k, i))) continue;
+    indices->Add(i);
+    ++added;
+  }
+  return added;
+}
+
 }  // namespace qv::internal

@@ -28,6 +28,15 @@ constexpr double kQuarterArcKappa = 0.5522847498307935;
 QvPoint2<float> far_corner(const Corners& k);
 // Handle i of 0 .. 8; i must be below 9.
 QvPoint2<float> handle_point(const Corners& k, QvULong i);
+
+// Handle queries shared by both corner shapes: the box of the parallelogram, the handles copied out
+// (clipped to the handle count), the first handle in a square of side `size` around a point, and
+// the handles inside an extent (appended, count returned).
+QvExtent2<double> corners_extent_d(const Corners& k);
+QvExtent2<float> corners_extent_f(const Corners& k);
+template <class P> void copy_handles(const Corners& k, QvULong first, QvULong last, P* out);
+QvLong find_close_handle(const Corners& k, const QvPoint2<float>& point, double size, QvULong* index);
+QvULong handles_in_extent(const Corners& k, const QvExtent2<float>& extent, QvULongArray* indices);
 // ((h + 3) & 7) + 1: the handle across the centre from h.
 inline QvULong opposite_handle(QvULong h) { return ((h + 3) & 7) + 1; }
 
