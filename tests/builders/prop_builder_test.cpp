@@ -204,28 +204,20 @@ TEST(PropBuilders, SinglePointStrokeAndAskingTwice) {
     std::unique_ptr<QvBasePathPropBuilder> b = make_prop_builder(fit, gc, &path);
     QvDoubleArray values(4);
     b->StartSubpath(P(3, 4), 0.75);
-    const std::vector<P> one = points_of(b->EndSubpathAndGetTrailingSamples(P(3, 4), 0.5, values, 0));
-    ASSERT_EQ(1u, one.size());
-    EXPECT_EQ(3.0f, one[0].x);
+    const QvPoint2fArray& one = b->EndSubpathAndGetTrailingSamples(P(3, 4), 0.5, values, 0);
+    ASSERT_EQ(1u, one.size);
     ASSERT_EQ(1u, values.size);
+    EXPECT_EQ(3.0f, one.data[0].x);
     EXPECT_EQ(0.75, values.data[0]);
     EXPECT_EQ(1u, path.NumPoints());
-    EXPECT_EQ(1u, b->NumPoints());
     EXPECT_EQ(0.75, path.EvalPropCurve(0, 0.0));
-    EXPECT_EQ(0.0, path.GetLargestArcLength(0));
 
-    // A second stroke into a new subpath; nothing new between two askings gives nothing the
-    // second time, values included.
+    // Nothing new between two askings gives nothing the second time, values included.
     b->StartSubpath(P(0, 10), 1.0);
     for (int i = 1; i <= 25; ++i) b->AddInputPoint(P(static_cast<float>(i), 10.0f), 1.0, 0);
     EXPECT_EQ(3u, b->GetTrailingSamples(values).size);
-    EXPECT_EQ(3u, values.size);
     EXPECT_EQ(0u, b->GetTrailingSamples(values).size);
     EXPECT_EQ(0u, values.size);
-    b->EndSubpath(P(25, 10), 1.0, 0);
-    EXPECT_EQ(1, path.HasPropCurve(path.NumPoints() - 1));
-    EXPECT_EQ(1.0, path.EvalPropCurve(path.NumPoints() - 1, 12.0));
-    EXPECT_EQ(0.75, path.EvalPropCurve(0, 0.0)) << "the first subpath's curve stays";
   }
 }
 
