@@ -172,7 +172,9 @@ class QV_API QvMotionPath3d {
   mutable QvCriticalSection m_lock;
 };
 
-// Builds a path from a body; null when the body does not read. The caller owns the result.
+// Builds a path from a body; null when the body does not read, with bytesRead left as it was.
+// The caller owns the result. The three spellings are one operation.
 QV_API QvMotionPath3d* QvMotionPath3d_CreateFromBufferBody(const void* body, QvULong& bytesRead);
+QV_API QvMotionPath3d* CreateFromBufferBody(const void* body, QvULong& bytesRead);
 
 #endif

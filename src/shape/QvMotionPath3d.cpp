@@ -494,6 +494,10 @@ QvMotionPath3d* QvMotionPath3d::CreateFromBufferBody(const void* body, QvULong& 
   return QvMotionPath3d_CreateFromBufferBody(body, bytesRead);
 }
 
+QvMotionPath3d* CreateFromBufferBody(const void* body, QvULong& bytesRead) {
+  return QvMotionPath3d_CreateFromBufferBody(body, bytesRead);
+}
+
 QvMotionPath3d* QvMotionPath3d_CreateFromBufferBody(const void* body, QvULong& bytesRead) {
   try {
     std::unique_ptr<QvMotionPath3d> path(new QvMotionPath3d);

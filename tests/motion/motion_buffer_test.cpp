@@ -65,12 +65,16 @@ TEST(MotionBuffer, RoundTripGivesTheSameBytes) {
     EXPECT_EQ(b, bytes_of(read));
     EXPECT_EQ(nullptr, read.GetClientData(0));
 
-    QvULong consumed = 0;
-    QvMotionPath3d* created = QvMotionPath3d_CreateFromBufferBody(body_of(b), consumed);
-    ASSERT_NE(nullptr, created);
-    EXPECT_EQ(b.size() - 4, consumed);
-    EXPECT_EQ(b, bytes_of(*created));
-    delete created;
+    using Factory = QvMotionPath3d* (*)(const void*, QvULong&);
+    for (Factory create : {&QvMotionPath3d_CreateFromBufferBody, &CreateFromBufferBody,
+                           &QvMotionPath3d::CreateFromBufferBody}) {
+      QvULong consumed = 0;
+      QvMotionPath3d* created = create(body_of(b), consumed);
+      ASSERT_NE(nullptr, created);
+      EXPECT_EQ(b.size() - 4, consumed);
+      EXPECT_EQ(b, bytes_of(*created));
+      delete created;
+    }
   }
 }
 
