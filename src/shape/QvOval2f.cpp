@@ -12,14 +12,6 @@
 
 namespace qi = qv::internal;
 
-namespace {
-
-QvPoint2<float> corner_plus(const QvPoint2<float>& p, float dx, float dy) {
-  return QvPoint2<float>(p.x + dx, p.y + dy);
-}
-
-}  // namespace
-
 // ---------------------------------------------------------------------------
 // Construction
 
@@ -36,8 +28,8 @@ QvOval2f::QvOval2f(const QvPoint2<float>& a, const QvPoint2<float>& b, const QvP
     : cornerA(a), cornerB(b), cornerC(c) {}
 
 QvOval2f::QvOval2f(const QvPoint2<float>& corner, float width, float height)
-    : cornerA(corner), cornerB(corner_plus(corner, width, 0.0f)),
-      cornerC(corner_plus(corner, 0.0f, height)) {}
+    : cornerA(corner), cornerB(qi::corner_plus(corner, width, 0.0f)),
+      cornerC(qi::corner_plus(corner, 0.0f, height)) {}
 
 QvOval2f::~QvOval2f() = default;
 
