@@ -15,14 +15,11 @@ class PathProbe : public QvPath2f {
   using QvPath2f::QvPath2f;
   using QvPath2f::Degree;
   using QvPath2f::EndOfSegment;
-  using QvPath2f::GetLockCount;
   using QvPath2f::GetType;
   using QvPath2f::IsRasterExtentIntersecting;
   using QvPath2f::IsTangentHandle;
   using QvPath2f::LastIndex;
-  using QvPath2f::Lock;
   using QvPath2f::StartOfSegment;
-  using QvPath2f::Unlock;
 };
 
 inline QvPoint2<float> P(double x, double y) {
