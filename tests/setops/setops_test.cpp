@@ -29,26 +29,6 @@ using SetOp = void (*)(const QvGC&, const QvShape2f*, const QvShape2f*, QvRaster
 
 }  // namespace
 
-TEST(ShapeSetOps, DisjointRectangles) {
-  QvGC gc;
-  QvRect2f a(P(2, 2), P(12, 10));
-  QvRect2f b(P(20, 15), P(35, 30));
-  QvRaster<unsigned char> meet(kW, kH, 0);
-  QvShape2f_IntersectionAB(gc, &a, &b, meet);
-  EXPECT_EQ(1, meet.AllPixelValuesAre(0));
-  QvRaster<unsigned char> both(kW, kH, 0);
-  QvShape2f_UnionAB(gc, &a, &b, both);
-  QvRaster<unsigned char> fa = filled(a, gc), fb = filled(b, gc);
-  QvRaster<unsigned char> only_a(kW, kH, 0);
-  QvShape2f_DifferenceAB(gc, &a, &b, only_a);
-  for (QvLong i = 0; i < kW * kH; ++i) {
-    ASSERT_EQ((fa.pixels[i] | fb.pixels[i]), both.pixels[i]);
-    ASSERT_EQ(fa.pixels[i], only_a.pixels[i]);
-  }
-  EXPECT_EQ(255, both.pixels[5 * kW + 5]);
-  EXPECT_EQ(255, both.pixels[20 * kW + 30]);
-}
-
 // The operations only add 255: what out holds elsewhere stays, also in a
 // bottom-up raster, which is paired with the shapes' rows by memory order.
 TEST(ShapeSetOps, OutIsOnlyAddedTo) {
