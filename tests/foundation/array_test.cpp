@@ -31,6 +31,7 @@ TEST(Array, Constructors) {
   EXPECT_EQ(1u, zero_value.size);
   EXPECT_EQ(8u, zero_value.capacity);
   EXPECT_EQ(0u, zero_value[0]);
+  EXPECT_EQ(100u, QvDoubleArray(one).capacity);  // a copy keeps the capacity
 }
 
 TEST(Array, CapacityChains) {

@@ -333,6 +333,9 @@ TEST(RawCurveEdit, InformationRecords) {
   EXPECT_EQ(4.0, key.rightValue);
   EXPECT_EQ(0.0, key.leftTangentX);
   EXPECT_EQ(QvBaseFCurve::FSConstant, key.segmentKind);
+  key.mask = 0xF;
+  EXPECT_EQ(1, c.GetKeyInfoFromParameter(1.0, &key));
+  EXPECT_EQ(0u, key.index);
   EXPECT_EQ(0, c.GetKeyInfoFromIndex(2, &key));
   EXPECT_EQ(0u, key.mask);
 

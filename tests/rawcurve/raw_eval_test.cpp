@@ -146,7 +146,10 @@ TEST(RawCurveEval, ClampAndBounds) {
   EXPECT_EQ(0.0, c.Eval(0.0, 1));
   EXPECT_EQ(5.0, c.GetValueUpperBound(0));
   EXPECT_EQ(3.0, c.GetValueUpperBound(1));
+  EXPECT_EQ(-2.0, c.GetValueLowerBound(0));
   EXPECT_EQ(0.0, c.GetValueLowerBound(1));
+  EXPECT_EQ(-2.0, c.GetMinusInfinityVal());
+  EXPECT_EQ(1.0, c.GetPlusInfinityVal());
   // The clamp is not an edit: a read-only curve still takes it.
   c.SetReadOnlyConstraint(1);
   EXPECT_EQ(1, c.SetClampingValues(-1.0, 1.0));
@@ -217,6 +220,8 @@ TEST(RawCurveEval, KeySearches) {
   EXPECT_EQ(1u, c.GetKeyParameters(1.0, 3.0, found, 1, 1));
   ASSERT_EQ(4u, found.size);
   EXPECT_EQ(1.5, found[3]);
+  EXPECT_EQ(1, c.IsSmallestKeyParameter(0.0));
+  EXPECT_EQ(1, c.IsLargestKeyParameter(3.0));
   EXPECT_EQ(0, QvRawFCurve(1.0).IsLargestKeyParameter(1.0));
 }
 
@@ -237,7 +242,7 @@ TEST(RawCurveEval, InverseOfMonotonicCurves) {
     double want;
   };
   const Case cases[] = {
-      {&rising, 2.5, 2.0},  {&rising, -4.0, 0.0}, {&rising, 2.0, 1.0},
+      {&rising, 2.5, 2.0},  {&rising, -4.0, 0.0}, {&rising, 9.0, 3.0}, {&rising, 2.0, 1.0},
       {&falling, 0.5, 3.0}, {&falling, 5.0, 0.0}, {&falling, -1.0, 4.0},
   };
   for (const Case& c : cases) {
