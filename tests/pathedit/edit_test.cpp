@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/byte_buffer.h"
+#include "support/shapes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +16,7 @@ namespace {
 
 using Segment = std::vector<QvPoint2<float>>;  // handles, then the end node
 
-QvPoint2<float> P(double x, double y) { return {static_cast<float>(x), static_cast<float>(y)}; }
+using qv::test::P;
 
 class Probe : public QvPath2f {  // the protected side, for the tests
  public:

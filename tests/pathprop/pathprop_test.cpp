@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
 #include "support/byte_buffer.h"
 
 #include <cstdint>
@@ -17,18 +19,9 @@ using P = QvPoint2<float>;
 using Bytes = std::vector<unsigned char>;
 
 using qv::test::bytes_of;
+using qv::test::polylines;
 using qv::test::put_u32;
 using qv::test::u32_at;
-
-// Polylines given as runs of points, each run one subpath.
-QvPath2fProp1d polylines(const std::vector<std::vector<P>>& runs) {
-  QvPath2fProp1d path;
-  for (const auto& run : runs) {
-    path.Moveto(run[0]);
-    for (std::size_t k = 1; k < run.size(); ++k) path.Lineto(run[k]);
-  }
-  return path;
-}
 
 QvRawFCurve ramp(double length, double v0, double v1) { return QvRawFCurve(0.0, v0, length, v1); }
 

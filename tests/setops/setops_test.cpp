@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
 #include <qv/QvGC.h>
 #include <qv/QvOval2f.h>
 #include <qv/QvPath2f.h>
@@ -15,9 +17,7 @@ namespace {
 constexpr QvLong kW = 40;
 constexpr QvLong kH = 32;
 
-QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 QvRaster<unsigned char> filled(const QvShape2f& shape, const QvGC& gc) {
   QvRaster<unsigned char> r(kW, kH, 0);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/byte_buffer.h"
+#include "support/shapes.h"
 
 namespace qv_test {
 
@@ -22,9 +23,7 @@ class PathProbe : public QvPath2f {
   using QvPath2f::StartOfSegment;
 };
 
-inline QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 inline QvExtent2<float> box(float x0, float y0, float x1, float y1) {
   QvExtent2<float> e;
