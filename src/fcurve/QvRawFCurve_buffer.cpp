@@ -89,23 +89,9 @@ class BodyReader {
 }  // namespace
 
 // A body whose parameters do not rise (an old document, or one read as it was stored) is put
-// right before it is measured, so that size and contents agree. The walk keeps a running maximum
-// and drops every key not above it; after a drop it moves on by one, so the key that slid into the
-// freed place is not examined in that pass.
+// right before it is measured, so that size and contents agree.
 void QvRawFCurve::RepairOrderInsideCriticalSection() const {
-  QvRawFCurveImpl& body = *m_impl;
-  if (body.NumKeys() < 2 || body.StrictlyRising()) return;
-  double highest = body.KeyAt(0).parameter;
-  QvULong i = 1;
-  while (i < body.NumKeys()) {
-    if (!(body.KeyAt(i).parameter > highest)) {
-      body.Erase(i, 1);
-    } else {
-      highest = body.KeyAt(i).parameter;
-    }
-    ++i;
-  }
-  body.m_cursor = 0;
+  if (qv::internal::repair_key_order(m_impl->m_keys)) m_impl->m_cursor = 0;
 }
 
 QvULong QvRawFCurve::GetBufferSize() const {

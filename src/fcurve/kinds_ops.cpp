@@ -1183,42 +1183,8 @@ template <class Curve>
 template <class Fn>
 void QvSteppedFCurveOps<Curve>::ForRanges(const QvSteppedFCurveImpl& body, double from, double to,
                                           bool offsetCycleToo, Fn&& fn) {
-  const QvULong n = body.NumKeys();
-  const bool cycles =
-      n >= 2 && (body.m_extrapolation == 3 || (offsetCycleToo && body.m_extrapolation == 4));
-  if (!cycles) {
-    fn(from, to);
-    return;
-  }
-  const double first = body.KeyAt(0).parameter;
-  const double last = body.KeyAt(n - 1).parameter;
-  const double period = last - first;
-  auto fold = [&](double t, bool toFirst) {
-    const double x = (t - first) / period;
-    double r;
-    double folded;
-    if (t > first) {
-      r = period * (x - std::floor(x));
-      folded = std::clamp(r + first, first, last);
-    } else {
-      r = period * (std::ceil(x) - x);
-      folded = std::clamp(last - r, first, last);
-    }
-    if (std::fabs(r) <= qv::internal::kStepSeamTolerance) folded = toFirst ? first : last;
-    return folded;
-  };
-  const double from_folded = fold(from, true);
-  const double to_folded = fold(to, false);
-  const double cf = std::floor((from - first) / period);
-  const double ct = std::ceil((to - first) / period) - 1.0;
-  if (!(cf < ct)) {
-    fn(from_folded, to_folded);
-  } else if (to - from > period) {
-    fn(first, last);
-  } else {
-    fn(first, to_folded);
-    fn(from_folded, last);
-  }
+  const bool cycles = body.m_extrapolation == 3 || (offsetCycleToo && body.m_extrapolation == 4);
+  qv::internal::for_each_cycle_range(body.m_keys, cycles, from, to, fn);
 }
 
 // Of a run of equal values only the first key stays; a key with a lock always stays, and so does
