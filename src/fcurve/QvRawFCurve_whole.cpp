@@ -299,23 +299,12 @@ QvLong QvRawFCurve::ScaleAndOffsetParameters(double from, double to, double anch
   if (!moves_parameters && !moves_values) return 0;
   const RawSelection sel = body.Select(from, to, openFrom, openTo);
   if (sel.count == 0) return 1;
-  std::vector<Key> saved(body.m_keys);
   QvDoubleArray old_parameters(sel.count);
   QvDoubleArray new_parameters(sel.count);
-  for (QvULong i = sel.first; i < sel.first + sel.count; ++i) {
-    Key& k = body.KeyAt(i);
-    if (moves_parameters) {
-      old_parameters.Add(k.parameter);
-      k.parameter = (k.parameter - anchor) * scale + anchor + offset;
-      new_parameters.Add(k.parameter);
-    } else {
-      k.value = (k.value - anchor) * scale + anchor + offset;
-    }
-  }
-  if (!body.StrictlyRising()) {
-    body.m_keys.swap(saved);
+  if (!qv::internal::scale_and_offset_keys(body.m_keys, sel, moves_parameters, anchor, scale,
+                                           offset, old_parameters, new_parameters,
+                                           [](double v) { return v; }))
     return 0;
-  }
   if (moves_parameters) MoveKeyUserDataTail(old_parameters, new_parameters);
   return 1;
 }

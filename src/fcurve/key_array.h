@@ -1,11 +1,12 @@
 #ifndef QV_SRC_FCURVE_KEY_ARRAY_H
 #define QV_SRC_FCURVE_KEY_ARRAY_H
 
-// The key search and cycle folding of the curves that keep their keys as a plain sorted array (the
-// raw curve and the two stepped kinds). They are written once over the key type, which needs a
-// `parameter` member; each body keeps its own cursor and passes it in, so that a search stays a
-// direct call into inlined code with no indirection.
+// The key search, cycle folding and key moves of the curves that keep their keys as a plain sorted
+// array (the raw curve and the two stepped kinds). They are written once over the key type, which
+// needs a `parameter` member (and a `value` for the moves); each body keeps its own cursor and
+// passes it in, so that a search stays a direct call into inlined code with no indirection.
 
+#include <qv/QvArray.h>
 #include <qv/QvTypes.h>
 
 #include <algorithm>
@@ -232,6 +233,33 @@ bool repair_key_order(std::vector<Key>& keys) {
       highest = keys[i].parameter;
     }
     ++i;
+  }
+  return true;
+}
+
+// Moves the selected keys by x -> (x - anchor) scale + anchor + offset: their parameters, recorded
+// before and after in the two arrays, or else their values, each new value passed through
+// `convert` into the key's value type. Keys whose parameters no longer rise are all put back and
+// the move reports false.
+template <class Key, class Convert>
+bool scale_and_offset_keys(std::vector<Key>& keys, KeySelection sel, bool moveParameters,
+                           double anchor, double scale, double offset,
+                           QvDoubleArray& oldParameters, QvDoubleArray& newParameters,
+                           Convert convert) {
+  std::vector<Key> saved(keys);
+  for (QvULong i = sel.first; i < sel.first + sel.count; ++i) {
+    Key& k = keys[i];
+    if (moveParameters) {
+      oldParameters.Add(k.parameter);
+      k.parameter = (k.parameter - anchor) * scale + anchor + offset;
+      newParameters.Add(k.parameter);
+    } else {
+      k.value = convert((static_cast<double>(k.value) - anchor) * scale + anchor + offset);
+    }
+  }
+  if (!keys_strictly_rising(keys)) {
+    keys.swap(saved);
+    return false;
   }
   return true;
 }

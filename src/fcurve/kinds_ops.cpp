@@ -1154,23 +1154,11 @@ QvLong QvSteppedFCurveOps<Curve>::ScaleAndOffsetParameters(Curve& self, double f
   const std::uint16_t guard_bits = moves_parameters ? kFlagParameterLocked : kFlagValueLocked;
   for (QvULong i = sel.first; i < sel.first + sel.count; ++i)
     if ((body.KeyAt(i).flags & guard_bits) != 0) return 0;
-  std::vector<Key> saved(body.m_keys);
   QvDoubleArray old_parameters(sel.count);
   QvDoubleArray new_parameters(sel.count);
-  for (QvULong i = sel.first; i < sel.first + sel.count; ++i) {
-    Key& k = body.KeyAt(i);
-    if (moves_parameters) {
-      old_parameters.Add(k.parameter);
-      k.parameter = (k.parameter - anchor) * scale + anchor + offset;
-      new_parameters.Add(k.parameter);
-    } else {
-      k.value = Convert((static_cast<double>(k.value) - anchor) * scale + anchor + offset);
-    }
-  }
-  if (!body.StrictlyRising()) {
-    body.m_keys.swap(saved);
+  if (!qv::internal::scale_and_offset_keys(body.m_keys, sel, moves_parameters, anchor, scale,
+                                           offset, old_parameters, new_parameters, Convert))
     return 0;
-  }
   if (moves_parameters) self.MoveKeyUserDataTail(old_parameters, new_parameters);
   return 1;
 }
