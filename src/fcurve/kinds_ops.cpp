@@ -10,12 +10,18 @@
 #include <utility>
 #include <vector>
 
+#include "fcurve/buffer_bytes.h"
 #include "fcurve/userdata_set.h"
 
+using qv::internal::BodyReader;
+using qv::internal::get_u32;
 using qv::internal::kFlagBothLocks;
 using qv::internal::kFlagParameterLocked;
 using qv::internal::kFlagValueLocked;
 using qv::internal::kStepKeyTolerance;
+using qv::internal::put_f64;
+using qv::internal::put_u16;
+using qv::internal::put_u32;
 using qv::internal::saturate_trunc;
 using qv::internal::SteppedLocation;
 using qv::internal::SteppedSelection;
@@ -81,76 +87,6 @@ void build_steps(const QvSteppedFCurveImpl& body, double from, double to,
   }
   out.push_back(StepPoint{to, out.back().v, false});
 }
-
-// Little-endian field writers and a bounded reader for the buffer body.
-void put_u32(unsigned char* p, QvULong v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>((v >> (8 * i)) & 0xFFu);
-}
-
-void put_u16(unsigned char* p, std::uint16_t v) {
-  p[0] = static_cast<unsigned char>(v & 0xFFu);
-  p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-void put_f64(unsigned char* p, double v) {
-  if (!std::isfinite(v)) v = 0.0;
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFu);
-}
-
-QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-class BodyReader {
- public:
-  BodyReader(const unsigned char* begin, QvULong length)
-      : m_begin(begin), m_p(begin), m_end(begin + length) {}
-  bool Need(std::size_t n) {
-    if (static_cast<std::size_t>(m_end - m_p) < n) m_ok = false;
-    return m_ok;
-  }
-  QvULong U32() {
-    if (!Need(4)) return 0;
-    const QvULong v = get_u32(m_p);
-    m_p += 4;
-    return v;
-  }
-  std::uint16_t U16() {
-    if (!Need(2)) return 0;
-    const std::uint16_t v = static_cast<std::uint16_t>(m_p[0] | (m_p[1] << 8));
-    m_p += 2;
-    return v;
-  }
-  unsigned char U8() {
-    if (!Need(1)) return 0;
-    return *m_p++;
-  }
-  double F64() {
-    if (!Need(8)) return 0.0;
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(m_p[i]) << (8 * i);
-    m_p += 8;
-    double v;
-    std::memcpy(&v, &bits, sizeof v);
-    return std::isfinite(v) ? v : 0.0;
-  }
-  void Skip(std::size_t n) {
-    if (Need(n)) m_p += n;
-  }
-  const unsigned char* At() const { return m_p; }
-  std::size_t Remaining() const { return static_cast<std::size_t>(m_end - m_p); }
-  bool Ok() const { return m_ok; }
-  QvULong Consumed() const { return static_cast<QvULong>(m_p - m_begin); }
-
- private:
-  const unsigned char* m_begin;
-  const unsigned char* m_p;
-  const unsigned char* m_end;
-  bool m_ok = true;
-};
 
 // The class identifier that follows the version and the kind: the first word tells the two kinds
 // apart, the other twelve bytes are shared.
