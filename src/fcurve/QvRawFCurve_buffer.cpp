@@ -108,16 +108,10 @@ QvULong QvRawFCurve::ReadFromBufferBody(const void* data) {
       if (in.U32() != kTagSettings) return 0;
       body.m_extrapolation = in.U8();
       body.m_readOnly = in.U8() != 0 ? 1 : 0;
-      const QvULong block = in.U32();
-      if (!in.Ok()) return 0;
-      if (block != 0) {
-        if (block < 5 || !in.Need(block)) return 0;
-        const unsigned char* start = in.At();
-        const QvULong block_version = get_u32(start);
-        if (block_version < 256 || block_version == 0xFFFFFFFFu) return 0;
-        if (start[4] == 1 && scratch.ReadUserDataFromBufferBody(start) == 0) return 0;
-        in.Skip(block);
-      }
+      if (!in.UserDataBlock([&scratch](const unsigned char* start) {
+            return scratch.ReadUserDataFromBufferBody(start);
+          }))
+        return 0;
       if (version >= 264) {
         if (in.U32() != kTagTimeCurve) return 0;
         body.m_isTimeCurve = in.U8() == 1 ? 1 : 0;

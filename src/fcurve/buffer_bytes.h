@@ -98,6 +98,22 @@ class BodyReader {
   void Skip(std::size_t n) {
     if (Need(n)) m_p += n;
   }
+  // The user data block: its length word, then that many bytes, which start with a version this
+  // library reads and a flag. A length of 0 is no block; `read(start)` reads a block whose flag
+  // is 1 and returns 0 on failure. False when the block is cut short or refused.
+  template <class ReadUserData>
+  bool UserDataBlock(ReadUserData read) {
+    const QvULong block = U32();
+    if (!Ok()) return false;
+    if (block == 0) return true;
+    if (block < 5 || !Need(block)) return false;
+    const unsigned char* start = m_p;
+    const QvULong block_version = get_u32(start);
+    if (block_version < 256 || block_version == 0xFFFFFFFFu) return false;
+    if (start[4] == 1 && read(start) == 0) return false;
+    Skip(block);
+    return true;
+  }
   const unsigned char* At() const { return m_p; }
   std::size_t Remaining() const { return static_cast<std::size_t>(m_end - m_p); }
   bool Ok() const { return m_ok; }

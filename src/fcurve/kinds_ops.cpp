@@ -1486,16 +1486,10 @@ QvULong QvSteppedFCurveOps<Curve>::ReadFromBufferBody(Curve& self, const void* d
       }
       k.flags = legacy ? in.U8() : in.U16();
     }
-    const QvULong block = in.U32();
-    if (!in.Ok()) return 0;
-    if (block != 0) {
-      if (block < 5 || !in.Need(block)) return 0;
-      const unsigned char* start = in.At();
-      const QvULong block_version = get_u32(start);
-      if (block_version < 256 || block_version == 0xFFFFFFFFu) return 0;
-      if (start[4] == 1 && scratch.ReadUserDataFromBufferBody(start) == 0) return 0;
-      in.Skip(block);
-    }
+    if (!in.UserDataBlock([&scratch](const unsigned char* start) {
+          return scratch.ReadUserDataFromBufferBody(start);
+        }))
+      return 0;
     if (!in.Ok()) return 0;
     typename Curve::LockGuard guard(self);
     std::swap(self.m_impl, scratch.m_impl);
