@@ -152,21 +152,12 @@ KeySelection select_keys(const std::vector<Key>& keys, QvULong& cursor, double f
   return KeySelection{first, end - first};
 }
 
-// The plain cycle's fold of t into the key range, snapped onto a key it lands next to. Needs two
-// keys.
-template <class Key>
-double fold_cycle(const std::vector<Key>& keys, QvULong& cursor, double t) {
-  const double first = keys.front().parameter;
-  const double last = keys.back().parameter;
-  double folded = t;
-  if (t > last) {
-    folded = std::clamp(std::fmod(t - first, last - first) + first, first, last);
-  } else if (t < first) {
-    folded = std::clamp(last - std::fmod(first - t, last - first), first, last);
-  }
-  QvULong k;
-  if (find_key_near(keys, cursor, folded, kKeySnapTolerance, k)) folded = keys[k].parameter;
-  return folded;
+// The plain cycle's fold of t into [first, last], before the snap onto a key that each body makes
+// through its own FindKeyNear.
+inline double fold_cycle(double first, double last, double t) {
+  if (t > last) return std::clamp(std::fmod(t - first, last - first) + first, first, last);
+  if (t < first) return std::clamp(last - std::fmod(first - t, last - first), first, last);
+  return t;
 }
 
 // The offset cycle's fold of t into [first, last]. A remainder within the seam tolerance lands on

@@ -55,9 +55,11 @@ QvLong QvSteppedFCurveImpl::StepValue(double t) const {
 }
 
 double QvSteppedFCurveImpl::Fold(double t) const {
-  // Not-a-number snaps onto no key here, as in FindKeyNear.
-  if (!IsCycling() || NumKeys() < 2 || std::isnan(t)) return t;
-  return qv::internal::fold_cycle(m_keys, m_cursor, t);
+  if (!IsCycling() || NumKeys() < 2) return t;
+  double folded = qv::internal::fold_cycle(m_keys.front().parameter, m_keys.back().parameter, t);
+  QvULong k;
+  if (FindKeyNear(folded, qv::internal::kKeySnapTolerance, k)) folded = m_keys[k].parameter;
+  return folded;
 }
 
 double QvSteppedFCurveImpl::FoldOffset(double t) const {

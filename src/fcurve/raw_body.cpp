@@ -67,7 +67,10 @@ double QvRawFCurveImpl::EvalHold(double t) const {
 
 double QvRawFCurveImpl::Fold(double t) const {
   if (!IsCycling() || NumKeys() < 2) return t;
-  return qv::internal::fold_cycle(m_keys, m_cursor, t);
+  double folded = qv::internal::fold_cycle(m_keys.front().parameter, m_keys.back().parameter, t);
+  QvULong k;
+  if (FindKeyNear(folded, qv::internal::kKeySnapTolerance, k)) folded = m_keys[k].parameter;
+  return folded;
 }
 
 double QvRawFCurveImpl::FoldOffset(double t, double& cycles) const {
