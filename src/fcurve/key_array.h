@@ -154,7 +154,7 @@ KeySelection select_keys(const std::vector<Key>& keys, QvULong& cursor, double f
 
 // The plain cycle's fold of t into [first, last], before the snap onto a key that each body makes
 // through its own FindKeyNear.
-inline double fold_cycle(double first, double last, double t) {
+inline double fold_plain_cycle(double first, double last, double t) {
   if (t > last) return std::clamp(std::fmod(t - first, last - first) + first, first, last);
   if (t < first) return std::clamp(last - std::fmod(first - t, last - first), first, last);
   return t;

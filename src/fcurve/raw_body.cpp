@@ -67,7 +67,8 @@ double QvRawFCurveImpl::EvalHold(double t) const {
 
 double QvRawFCurveImpl::Fold(double t) const {
   if (!IsCycling() || NumKeys() < 2) return t;
-  double folded = qv::internal::fold_cycle(m_keys.front().parameter, m_keys.back().parameter, t);
+  const double first = m_keys.front().parameter;
+  double folded = qv::internal::fold_plain_cycle(first, m_keys.back().parameter, t);
   QvULong k;
   if (FindKeyNear(folded, qv::internal::kKeySnapTolerance, k)) folded = m_keys[k].parameter;
   return folded;
