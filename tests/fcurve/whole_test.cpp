@@ -167,13 +167,6 @@ TEST(StdFCurveWhole, ConstructionFromPoints) {
     // Smooth through the interior points.
     for (QvULong i = 1; i < 5; ++i) EXPECT_TRUE(curve.GetImpl()->TangentsContinuous(i)) << i;
   }
-  // Straight input gives straight output.
-  QvPoint2dArray line;
-  for (double x : {0.0, 1.0, 3.0, 4.0}) line.Add(x, 2.0 * x + 1.0);
-  for (auto method : {QvStdFCurve::DPCatmullRom, QvStdFCurve::DPNaturalSpline}) {
-    QvStdFCurve curve(line, method, 0.0, Base::FSBezierCubic, Base::FSBezierCubic);
-    for (double x = 0.0; x <= 4.0; x += 0.1) EXPECT_NEAR(2.0 * x + 1.0, curve.Eval(x, 0), 1e-9);
-  }
 }
 
 TEST(StdFCurveWhole, LinearReducedKeepsCorners) {
