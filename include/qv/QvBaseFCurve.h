@@ -272,6 +272,13 @@ class QV_API QvBaseFCurve {
   friend class QvStdTgtMoverImpl;
 };
 
+// Constraints combine with | into the one value that SetConstraint applies bit by bit; the
+// result keeps the constraint type so that it can be passed as it is written.
+constexpr QvBaseFCurve::KeyConstraint operator|(QvBaseFCurve::KeyConstraint a,
+                                                QvBaseFCurve::KeyConstraint b) {
+  return static_cast<QvBaseFCurve::KeyConstraint>(static_cast<QvLong>(a) | static_cast<QvLong>(b));
+}
+
 // Size of the length word that stands ahead of every curve body: 4.
 QV_API QvULong QvBaseFCurve_GetBufferBodyLengthSize();
 

@@ -208,8 +208,8 @@ class QV_API QvPath2f : public QvShape2f {
   void ReplacePointIgnoringLock(QvULong index, const QvPoint2<float>& point);
   QvLong ReplaceTangentVectorDirections(QvULong index, const QvPoint2<float>& direction);
   QvULong AddFittedSamplesFromPath(const QvGC& gc, const QvPath2f& other);
-  void GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, QvPath2f& out);
-  void GetSimilarPath(float distance, QvLong closed, QvPath2f& result);
+  void GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, QvPath2f& out) const;
+  void GetSimilarPath(float distance, QvLong closed, QvPath2f& result) const;
 
   // --- Queries and sampling -------------------------------------------------
   // The output arrays are appended to, never cleared; counts are of points

@@ -179,6 +179,21 @@ class QV_API QvStdFCurve : public QvBaseFCurve {
                            FSKind right, QvLong openFrom, QvLong openTo, QvLong keepUserData);
   QvLong RemoveKey(double parameter, FSKind kind, double tolerance);
   QvLong RemoveKeys(double from, double to, FSKind kind, QvLong openFrom, QvLong openTo);
+  // The same with the kinds as plain integers, so that 0 ("inherit") can be written as it is.
+  QvLong CreateKey(double parameter, double value, QvLong left, QvLong right) {
+    return CreateKey(parameter, value, static_cast<FSKind>(left), static_cast<FSKind>(right));
+  }
+  QvLong MergeAndCreateKey(double from, double to, double parameter, double value, QvLong left,
+                           QvLong right, QvLong openFrom, QvLong openTo, QvLong keepUserData) {
+    return MergeAndCreateKey(from, to, parameter, value, static_cast<FSKind>(left),
+                             static_cast<FSKind>(right), openFrom, openTo, keepUserData);
+  }
+  QvLong RemoveKey(double parameter, QvLong kind, double tolerance) {
+    return RemoveKey(parameter, static_cast<FSKind>(kind), tolerance);
+  }
+  QvLong RemoveKeys(double from, double to, QvLong kind, QvLong openFrom, QvLong openTo) {
+    return RemoveKeys(from, to, static_cast<FSKind>(kind), openFrom, openTo);
+  }
   QvLong AppendConstantSegment(const QvPoint2<double>& key);
   QvLong AppendLinearSegment(const QvPoint2<double>& key);
   QvLong AppendOrExtendLinearSegment(const QvPoint2<double>& key, double tolerance);

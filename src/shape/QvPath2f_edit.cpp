@@ -571,7 +571,8 @@ void push_along(QvPath2f& target, const Outline& outline,
 // The offsets work on the first subpath only; later subpaths of the targets
 // stay as they are. A target without the subpath's structure is left
 // untouched.
-void QvPath2f::GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, QvPath2f& out) {
+void QvPath2f::GetInwardOutwardPaths(float inward, float outward, QvPath2f& in,
+                                     QvPath2f& out) const {
   LockGuard guard(*this);
   if (IsEmpty()) return;
   const Outline outline = first_outline(m_points, m_types);
@@ -587,7 +588,7 @@ void QvPath2f::GetInwardOutwardPaths(float inward, float outward, QvPath2f& in, 
   if (shares_structure(in.m_types, m_types, outline.last)) push_along(in, outline, mean, -inward);
 }
 
-void QvPath2f::GetSimilarPath(float distance, QvLong closed, QvPath2f& result) {
+void QvPath2f::GetSimilarPath(float distance, QvLong closed, QvPath2f& result) const {
   LockGuard guard(*this);
   if (IsEmpty()) return;
   const Outline outline = first_outline(m_points, m_types);

@@ -46,7 +46,7 @@ TEST(CreateKey, AppendAndPrependPlaceHandlesAtThirds) {
 
   // Before the first key the mirror case: the first key's left handle continues its right one.
   ASSERT_EQ(1, c.SetKeyTgtHandle(0.0, QvBaseFCurve::KeySideRight, P(1, 2), 0.0));
-  ASSERT_EQ(1, c.CreateKey(-3.0, 1.0, QvBaseFCurve::FSConstant, static_cast<FS>(0)));
+  ASSERT_EQ(1, c.CreateKey(-3.0, 1.0, QvBaseFCurve::FSConstant, 0));
   expect_point(P(-1, -2), key(c, 1).leftHandle);
   expect_point(P(-2, 1), key(c, 0).rightHandle);
   expect_point(P(-4, 1), key(c, 0).leftHandle);

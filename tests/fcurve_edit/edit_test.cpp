@@ -395,6 +395,11 @@ TEST(Constraints, BitsOfTheKeyLockAndTheLinearAliases) {
   EXPECT_EQ(1, on);
   ASSERT_EQ(1, c.SetConstraintAtIndex(2, C::KCTangentLinearAlternate, 1));
   EXPECT_EQ(1, c.GetConstraintAtIndex(2, C::KCTangentLinear));
+  // An OR of several values sets or clears each of them.
+  ASSERT_EQ(1, c.SetConstraint(p, C::KCValueLocked | C::KCParameterLocked, 0, 0.0));
+  EXPECT_EQ(0, c.GetConstraintAtIndex(1, C::KCValueLocked));
+  EXPECT_EQ(0, c.GetConstraintAtIndex(1, C::KCParameterLocked));
+  EXPECT_EQ(1, c.GetConstraintAtIndex(1, C::KCTangentLengthLocked));
 }
 
 TEST(Freeze, StoredHandlesBecomeTheEvaluatedOnes) {
