@@ -85,14 +85,13 @@ QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
 
 QvULong QvBaseFCurve_GetBufferBodyLengthSize() { return 4; }
 
+// Reads the kind bytes alone, like the shape form: a host may ask about a body
+// it holds without its length word. The factory checks the length first.
 QvBaseFCurve::Kind QvBaseFCurve_GetKindFromBufferBody(const void* body) {
   if (body == nullptr) return static_cast<QvBaseFCurve::Kind>(0);
-  const QvULong length = body_length(body);
   const unsigned char* bytes = static_cast<const unsigned char*>(body);
-  if (length < 4) return static_cast<QvBaseFCurve::Kind>(0);
   // Only the oldest standard body has a version word below 256.
   if (bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 0) return QvBaseFCurve::KindStandard;
-  if (length < 8) return static_cast<QvBaseFCurve::Kind>(0);
   switch (read_u32(bytes + 4)) {
     case QvBaseFCurve::KindBoolean:
       return QvBaseFCurve::KindBoolean;
@@ -113,7 +112,8 @@ QvLong QvBaseFCurve_CreateFromBufferBody(const void* body, QvBaseFCurve** out) {
   if (body == nullptr || out == nullptr) return 0;
   QvBaseFCurve* curve = nullptr;
   try {
-    curve = make_curve_of_kind(QvBaseFCurve_GetKindFromBufferBody(body));
+    // Every body holds at least a version and a kind word.
+    if (body_length(body) >= 8) curve = make_curve_of_kind(QvBaseFCurve_GetKindFromBufferBody(body));
     if (curve != nullptr && curve->ReadFromBufferBody(body) != 0) {
       *out = curve;
       return 1;
