@@ -145,35 +145,43 @@ T expected_value(unsigned count, int s, int r, double opacity) {
   }
 }
 
+// Fills the polygons into a raster of background 7 and compares every pixel
+// with the sub-sample brute force, written and kept pixels alike.
+template <class T>
+void expect_reference_fill(const std::vector<Polygon>& polygons, const AAFillParams& p,
+                           const FillBox& box, bool flip) {
+  const QvLong width = 48, height = 28;  // wide enough for spans of many whole words
+  const T background = static_cast<T>(7);
+  QvRaster<T> image(width, height, background);
+  image.bottomUp = flip;
+  aa(polygons, box, p, image);
+  const int s = static_cast<int>(p.super_sampling), r = static_cast<int>(p.radius);
+  const qvtest::AAReference ref(polygons, s, r, p.winding, box, width, height);
+  for (QvLong y = 0; y < height; ++y) {
+    const bool row_writable = y >= ref.yLo && y < ref.yHi;
+    const auto span = ref.written(y);
+    for (QvLong x = 0; x < width; ++x) {
+      const bool written = row_writable && x >= span.first && x <= span.second;
+      const T want = written ? expected_value<T>(ref.count(x, y), s, r, p.opacity) : background;
+      ASSERT_EQ(want, qvtest::pixel(image, x, y)) << x << "," << y;
+    }
+  }
+}
+
 template <class T>
 void compare_with_brute_force(std::uint32_t seed, int trials) {
   std::mt19937 rng(seed);
-  const QvLong width = 48, height = 28;  // wide enough for spans of many whole words
   for (int trial = 0; trial < trials; ++trial) {
     const int s = trial % 2 == 0 ? 4 : 8;
     const int r = trial % 3 == 1 ? 0 : static_cast<int>(rng() % static_cast<unsigned>(s + 1));
     const bool winding = (trial / 2) % 2 == 1;
     const double opacity = trial % 3 == 0 ? 0.75 : 1.0;
-    const bool flip = trial % 5 == 2;
     SCOPED_TRACE(testing::Message() << "trial " << trial << " s " << s << " r " << r
                                     << (winding ? " winding" : " even-odd"));
     const auto polygons = qvtest::random_polygons(rng, 1 + trial % 3, -3.0, 51.0);
-    FillBox box{0, 0, width, height};
+    FillBox box{0, 0, 48, 28};
     if (trial % 4 == 3) box = {5, 3, 38, 21};
-    const T background = static_cast<T>(7);
-    QvRaster<T> image(width, height, background);
-    image.bottomUp = flip;
-    aa(polygons, box, params(s, r, opacity, winding), image);
-    const qvtest::AAReference ref(polygons, s, r, winding, box, width, height);
-    for (QvLong y = 0; y < height; ++y) {
-      const bool row_writable = y >= ref.yLo && y < ref.yHi;
-      const auto span = ref.written(y);
-      for (QvLong x = 0; x < width; ++x) {
-        const bool written = row_writable && x >= span.first && x <= span.second;
-        const T want = written ? expected_value<T>(ref.count(x, y), s, r, opacity) : background;
-        ASSERT_EQ(want, qvtest::pixel(image, x, y)) << x << "," << y;
-      }
-    }
+    expect_reference_fill<T>(polygons, params(s, r, opacity, winding), box, trial % 5 == 2);
   }
 }
 
@@ -181,6 +189,36 @@ TEST(AAFill, MatchesBruteForce) {
   compare_with_brute_force<unsigned char>(77, 48);
   compare_with_brute_force<short>(78, 24);
   compare_with_brute_force<float>(79, 24);
+}
+
+// Rectangles with sides on sub-sample centres and between them, in both
+// directions: neighbours share a side, overlap or nest, so that two spans of
+// one sub-row meet on the same sub-sample, which must still count once.
+TEST(AAFill, SharedSidesCountOnce) {
+  std::mt19937 rng(81);
+  for (int trial = 0; trial < 64; ++trial) {
+    const int s = trial % 2 == 0 ? 4 : 8;
+    const int r = trial % 4 < 2 ? 0 : 1 + static_cast<int>(rng() % static_cast<unsigned>(s));
+    const bool winding = (trial / 2) % 2 == 1;
+    SCOPED_TRACE(testing::Message() << "trial " << trial << " s " << s << " r " << r
+                                    << (winding ? " winding" : " even-odd"));
+    const double step = 0.5 / s;  // half a sub-sample
+    auto coord = [&](double hi) { return static_cast<double>(rng() % static_cast<unsigned>(hi / step)) * step - 2.0; };
+    std::vector<Polygon> polygons;
+    double x = coord(20.0);
+    for (int k = 0; k < 2 + trial % 4; ++k) {
+      // Each rectangle starts where the last one ended, or a little before.
+      const double x0 = k == 0 || rng() % 3 == 0 ? coord(40.0) : x;
+      x = x0 + static_cast<double>(1 + rng() % 80) * step;
+      const double y0 = coord(20.0), y1 = y0 + static_cast<double>(1 + rng() % 120) * step;
+      if (rng() % 2 == 0)
+        polygons.push_back({{x0, y0}, {x, y0}, {x, y1}, {x0, y1}});
+      else
+        polygons.push_back({{x0, y0}, {x0, y1}, {x, y1}, {x, y0}});
+    }
+    expect_reference_fill<unsigned char>(polygons, params(s, r, 1.0, winding), {0, 0, 48, 28},
+                                         trial % 3 == 0);
+  }
 }
 
 double constant_profile(double) { return 0.5; }
