@@ -51,15 +51,13 @@ TEST(AATables, CountsAndCoverage) {
 }
 
 TEST(SpanRounding, AgreesWithTheLibrary) {
-  const double inf = std::numeric_limits<double>::infinity();
-  const double values[] = {-0.0, 2.5, -2.5, -1e-300, -4503599627370495.5, 9007199254740993.0,
-                           -1e300, inf, -inf, 0.49999999999999994, -7.000000000000001};
+  const double values[] = {-0.0, 2.5, -2.5, -1e-300, 3.0, -3.0, 0.49999999999999994,
+                           -7.000000000000001, 4095.9999999999995, -2147483648.0};
   for (double v : values) {
     SCOPED_TRACE(v);
-    EXPECT_EQ(std::floor(v), qv::internal::floor_exact(v));
-    EXPECT_EQ(std::ceil(v), qv::internal::ceil_exact(v));
+    EXPECT_EQ(std::floor(v), static_cast<double>(qv::internal::floor_in_box(v)));
+    EXPECT_EQ(std::ceil(v), static_cast<double>(qv::internal::ceil_in_box(v)));
   }
-  EXPECT_TRUE(std::isnan(qv::internal::floor_exact(std::nan(""))));
 }
 
 TEST(AAScales, OpaqueTable) {
