@@ -169,8 +169,16 @@ class EdgeWalker {
   }
 
  private:
+  void HandleVertex(const FillVertex& v, double lower, double upper) noexcept;
   void HandleEdge(QvLong key, QvLong near_index, QvLong far_index, double lower,
                   double upper) noexcept;
+  bool Replace(QvLong old_key, QvLong key, QvLong near_index, QvLong far_index,
+               double upper) noexcept;
+  // Fills in the edge; false when its crossing is not a number or its slope
+  // is not finite.
+  bool MakeEdge(FillEdge& e, QvLong key, QvLong near_index, QvLong far_index,
+                double upper) noexcept;
+  QvLong Find(QvLong key) const noexcept;
   void Remove(QvLong key) noexcept;
   void SortByX() noexcept;
 
@@ -192,8 +200,7 @@ inline void EdgeWalker::Advance(double lower, double upper) noexcept {
   while (m_next < m_numPoints) {
     const FillVertex& v = m_vertices[m_next];
     if (upper < m_points[v.index].y) break;
-    HandleEdge(v.prev, v.index, v.prev, lower, upper);
-    HandleEdge(v.index, v.index, v.next, lower, upper);
+    HandleVertex(v, lower, upper);
     ++m_next;
   }
   if (m_inverted) {
