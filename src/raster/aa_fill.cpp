@@ -157,7 +157,9 @@ class AAScan {
     m_deltaStore.assign(cells, 0);
     m_delta = m_deltaStore.data() - m_first;
     m_spans.resize(static_cast<std::size_t>(m_numPoints) + 1);
-    Range touched{m_end, m_first - 1};
+    const Range none{m_end, m_first - 1};
+    Range touched = none;
+    Range quiet = none;
     const double x_min = static_cast<double>(m_first) * S;
     const double x_max = static_cast<double>(m_end) * S;
     for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy) {
@@ -166,16 +168,40 @@ class AAScan {
       // Sub-sample centres lie at sy + 0.5 in the scaled polygon.
       m_walker.Advance(static_cast<double>(sy) - 0.5, static_cast<double>(sy) + 0.5);
       std::int8_t* delta = m_delta;
+      // The pixels of a span from its third to its last but one receive no
+      // difference from this sub-row: the widest such stretch of each
+      // sub-row, intersected over the pixel row, needs no counting at all.
+      Range wide = none;
+      QvLong widest = 2;
+      auto add = [&](std::int64_t left, std::int64_t right, QvLong a, QvLong b) {
+        AddSpan(delta, left, right, a, b);
+        if (b - a > widest) {
+          widest = b - a;
+          wide = Range{a + 2, b - 1};
+        }
+      };
       if (m_walker.Ordered()) {
         // Ordered crossings give spans from left to right, each starting at
-        // or after the end of the one before.
-        std::int64_t done = std::numeric_limits<std::int64_t>::min();
+        // or after the end of the one before, on it at the most.
+        // The first span's start and the last one's end bound the sub-row's
+        // touched pixels.
+        constexpr std::int64_t kNoSpan = std::numeric_limits<std::int64_t>::min();
+        std::int64_t done = kNoSpan;
         m_walker.SpansAndStep(x_min, x_max, [&](std::int64_t left, std::int64_t right) {
-          Touch(touched, left, right);
-          if (left <= done) left = done + 1;
+          auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+          if (done == kNoSpan) {
+            touched.first = std::min(touched.first, a);
+          } else if (left <= done) {
+            left = done + 1;
+            if (left > right) return;
+            a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          }
           done = right;
-          if (left <= right) AddSpan(delta, left, right);
+          add(left, right, a, b);
         });
+        if (done != kNoSpan)
+          touched.last = std::max(touched.last, static_cast<QvLong>(done >> Mask<S>::kShift));
       } else {
         // A crossing that is not a number can disorder the list, and its
         // spans may then overlap anywhere: they are sorted and merged first.
@@ -191,12 +217,20 @@ class AAScan {
           const std::int64_t left = std::max(spans[k].left, done + 1);
           const std::int64_t right = spans[k].right;
           if (right > done) done = right;
-          if (left <= right) AddSpan(delta, left, right);
+          if (left <= right)
+            add(left, right, static_cast<QvLong>(left >> Mask<S>::kShift),
+                static_cast<QvLong>(right >> Mask<S>::kShift));
         }
       }
+      if (j == 0) {
+        quiet = wide;
+      } else {
+        quiet.first = std::max(quiet.first, wide.first);
+        quiet.last = std::min(quiet.last, wide.last);
+      }
       if (j == S - 1) {
-        FlushCounts(static_cast<QvLong>((sy + 1) / S - 1), touched);
-        touched = Range{m_end, m_first - 1};
+        FlushCounts(static_cast<QvLong>((sy + 1) / S - 1), touched, quiet);
+        touched = none;
       }
     }
   }
@@ -210,9 +244,8 @@ class AAScan {
 
   // Pixel a gets S - c0 sub-columns, pixel b gets c1 + 1, the pixels between
   // S each; for a == b the sums come to c1 - c0 + 1 in the one pixel.
-  static void AddSpan(std::int8_t* delta, std::int64_t left, std::int64_t right) noexcept {
-    const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
-    const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+  static void AddSpan(std::int8_t* delta, std::int64_t left, std::int64_t right, QvLong a,
+                      QvLong b) noexcept {
     const int c0 = static_cast<int>(left & (S - 1));
     const int c1 = static_cast<int>(right & (S - 1)) + 1;
     delta[a] = static_cast<std::int8_t>(delta[a] + (S - c0));
@@ -222,22 +255,35 @@ class AAScan {
   }
 
   // Writes the touched range of pixel row py from the running sum of the
-  // differences and clears them. Runs of equal counts (outside the shapes and
-  // deep inside them) have zero differences: they are found eight and
-  // thirty-two cells at a time and written as one fill.
-  void FlushCounts(QvLong py, const Range& touched) noexcept {
+  // differences and clears them. The quiet stretch, where no difference was
+  // added, is one fill of the count reached at its start.
+  void FlushCounts(QvLong py, Range touched, Range quiet) noexcept {
     if (touched.first > touched.last) return;
-    std::int8_t* delta = m_delta;
     T* out = m_raster.Row(py);
+    const QvLong stop = touched.last + 1;
+    if (quiet.first <= quiet.last) {
+      const unsigned sum = WriteCounts(out, touched.first, quiet.first, 0);
+      std::fill(out + quiet.first, out + quiet.last + 1, m_values[sum]);
+      WriteCounts(out, quiet.last + 1, stop, sum);
+    } else {
+      WriteCounts(out, touched.first, stop, 0);
+    }
+    m_delta[stop] = 0;
+  }
+
+  // Pixels from..stop-1 from the running sum, which starts at `sum`; returns
+  // the sum at the end. Runs of zero differences (outside the shapes and
+  // inside them) are found eight and thirty-two cells at a time and written
+  // as one fill.
+  unsigned WriteCounts(T* out, QvLong from, QvLong stop, unsigned sum) noexcept {
+    std::int8_t* delta = m_delta;
     const T* values = m_values;
     auto block = [delta](QvLong x) noexcept {
       std::uint64_t bits;
       std::memcpy(&bits, delta + x, sizeof bits);
       return bits;
     };
-    unsigned sum = 0;
-    QvLong x = touched.first;
-    const QvLong stop = touched.last + 1;
+    QvLong x = from;
     for (; stop - x >= 8; x += 8) {
       if (block(x) != 0) {
         for (int i = 0; i < 8; ++i) {
@@ -249,8 +295,6 @@ class AAScan {
       }
       const T value = values[sum];
       std::fill_n(out + x, 8, value);
-      // Two zero blocks in a row often start a long run: the inside of a
-      // large shape.
       if (stop - x < 16 || block(x + 8) != 0) continue;
       QvLong run = x + 16;
       while (stop - run >= 32 &&
@@ -264,7 +308,7 @@ class AAScan {
       out[x] = values[sum];
       delta[x] = 0;
     }
-    delta[stop] = 0;
+    return sum;
   }
 
   // With a filter: the mask words of three rolling rows.
