@@ -64,7 +64,8 @@ class EdgeWalker {
         m_vertices(context.vertices),
         m_edges(context.activeEdges),
         m_numPoints(num_points),
-        m_winding(winding) {}
+        m_winding(winding),
+        m_nextY(NextY()) {}
 
   void Advance(double lower, double upper) noexcept;
 
@@ -193,15 +194,27 @@ class EdgeWalker {
   // order; stepping and an append can break it.
   bool m_inverted = false;
   bool m_ordered = true;
+  // The height of the next vertex to come in, or infinity when none is left:
+  // most scan lines reach no vertex and look no further than this.
+  double m_nextY;
+
+  double NextY() const noexcept {
+    return m_next < m_numPoints ? m_points[m_vertices[m_next].index].y : kInfinity;
+  }
 };
 
 // Inline: it runs once a scan line, or once a sub-sample row.
 inline void EdgeWalker::Advance(double lower, double upper) noexcept {
-  while (m_next < m_numPoints) {
-    const FillVertex& v = m_vertices[m_next];
-    if (upper < m_points[v.index].y) break;
-    HandleVertex(v, lower, upper);
-    ++m_next;
+  // A height that is not a number compares false and so comes in at once,
+  // as it would in the walk itself.
+  if (!(upper < m_nextY)) {
+    while (m_next < m_numPoints) {
+      const FillVertex& v = m_vertices[m_next];
+      if (upper < m_points[v.index].y) break;
+      HandleVertex(v, lower, upper);
+      ++m_next;
+    }
+    m_nextY = NextY();
   }
   if (m_inverted) {
     SortByX();
