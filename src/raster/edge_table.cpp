@@ -1,6 +1,8 @@
 #include "raster/edge_table.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -52,6 +54,55 @@ inline double sort_key(double y) noexcept {
   return y == y ? y : -std::numeric_limits<double>::infinity();
 }
 
+// The walk takes in, at scan line k (sampled at k + 0.5), every vertex whose
+// height is at most k + 0.5, and all of them in one go. Vertices therefore
+// need to be ordered only by the first scan line that reaches them; within
+// one line their order decides nothing but the order of edges at equal
+// crossings, which makes no difference to a span while every crossing is a
+// number and every slope finite. A counting sort by that line replaces the
+// comparison sort when all coordinates and slopes are finite and the lines
+// are not too many for the vertex count; otherwise returns false.
+bool order_by_scan_line(const QvPoint2<double>* points, FillVertex* vertices, QvLong count) {
+  if (count == 0) return false;
+  double y_min = points[0].y;
+  double y_max = points[0].y;
+  for (QvLong i = 0; i < count; ++i) {
+    const QvPoint2<double>& p = points[i];
+    const QvPoint2<double>& q = points[vertices[i].next];
+    if (!(std::fabs(p.x) < 4503599627370496.0 && std::fabs(p.y) < 4503599627370496.0)) return false;
+    if (p.y != q.y && !(std::fabs((q.x - p.x) / (q.y - p.y)) <= std::numeric_limits<double>::max()))
+      return false;
+    y_min = std::min(y_min, p.y);
+    y_max = std::max(y_max, p.y);
+  }
+  // Vertices are still in path order here: vertices[i].index == i.
+  auto line = [](double y) noexcept {
+    const double f = static_cast<double>(static_cast<std::int64_t>(y >= 0.0 ? y : y - 1.0));
+    // f is floor(y) or, for a negative whole y, one less; either way the line
+    // is the first k >= f with y <= k + 0.5.
+    std::int64_t k = static_cast<std::int64_t>(f);
+    while (static_cast<double>(k) + 0.5 < y) ++k;
+    return k;
+  };
+  const std::int64_t first = line(y_min);
+  const std::int64_t lines = line(y_max) - first + 1;
+  if (lines > 4 * static_cast<std::int64_t>(count) + 1024) return false;
+
+  std::vector<QvLong> starts(static_cast<std::size_t>(lines) + 1, 0);
+  std::vector<std::int32_t> of(static_cast<std::size_t>(count));
+  for (QvLong i = 0; i < count; ++i) {
+    const auto k = static_cast<std::int32_t>(line(points[i].y) - first);
+    of[static_cast<std::size_t>(i)] = k;
+    ++starts[static_cast<std::size_t>(k) + 1];
+  }
+  for (std::size_t k = 1; k < starts.size(); ++k) starts[k] += starts[k - 1];
+  std::vector<FillVertex> sorted(static_cast<std::size_t>(count));
+  for (QvLong i = 0; i < count; ++i)
+    sorted[static_cast<std::size_t>(starts[static_cast<std::size_t>(of[static_cast<std::size_t>(i)])]++)] = vertices[i];
+  std::copy(sorted.begin(), sorted.end(), vertices);
+  return true;
+}
+
 }  // namespace
 
 QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags,
@@ -86,6 +137,8 @@ QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags
     ++kept;
   }
   close_polygon();
+
+  if (order_by_scan_line(out, vertices, kept)) return kept;
 
   // The keys are read once beside the vertices rather than through their point
   // at every comparison. The sort sees the same comparisons and so leaves

@@ -60,6 +60,32 @@ TEST(SpanRounding, AgreesWithTheLibrary) {
   }
 }
 
+// The walk takes in every vertex at the first scan line k with y <= k + 0.5;
+// the table must bring them in that order, each vertex once, whether it was
+// ordered by scan line (many vertices, few lines) or by comparison (few
+// vertices over many lines, or heights that are not finite).
+TEST(VertexTable, ComesInByScanLine) {
+  std::mt19937 rng(5);
+  for (int trial = 0; trial < 40; ++trial) {
+    SCOPED_TRACE(trial);
+    const double spread = trial % 2 == 0 ? 30.0 : 3000.0;
+    auto polygons = qvtest::random_polygons(rng, 1 + trial % 5, -spread, spread);
+    if (trial % 4 == 3) polygons[0][0].y = std::numeric_limits<double>::infinity();
+    CFillContext context;
+    const QvLong n = qvtest::load(polygons, trial % 3 == 0 ? 8.0 : 1.0, context);
+    std::vector<int> seen(static_cast<std::size_t>(n), 0);
+    double reached = -std::numeric_limits<double>::infinity();
+    for (QvLong i = 0; i < n; ++i) {
+      const double y = context.points[context.vertices[i].index].y;
+      ++seen[static_cast<std::size_t>(context.vertices[i].index)];
+      const double line = std::ceil(y - 0.5);
+      EXPECT_LE(reached, line) << i;
+      reached = std::max(reached, line);
+    }
+    EXPECT_EQ(std::vector<int>(static_cast<std::size_t>(n), 1), seen);
+  }
+}
+
 TEST(AAScales, OpaqueTable) {
   struct Case {
     int s, r;
