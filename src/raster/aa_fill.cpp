@@ -159,7 +159,6 @@ class AAScan {
     m_spans.resize(static_cast<std::size_t>(m_numPoints) + 1);
     const Range none{m_end, m_first - 1};
     Range touched = none;
-    Range quiet = none;
     const double x_min = static_cast<double>(m_first) * S;
     const double x_max = static_cast<double>(m_end) * S;
     for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy) {
@@ -171,7 +170,8 @@ class AAScan {
       // The pixels of a span from its third to its last but one receive no
       // difference from this sub-row: the widest such stretch of each
       // sub-row, intersected over the pixel row, needs no counting at all.
-      Range wide = none;
+      Range& wide = m_wide[j];
+      wide = none;
       QvLong widest = 2;
       auto add = [&](std::int64_t left, std::int64_t right, QvLong a, QvLong b) {
         AddSpan(delta, left, right, a, b);
@@ -222,13 +222,12 @@ class AAScan {
                 static_cast<QvLong>(right >> Mask<S>::kShift));
         }
       }
-      if (j == 0) {
-        quiet = wide;
-      } else {
-        quiet.first = std::max(quiet.first, wide.first);
-        quiet.last = std::min(quiet.last, wide.last);
-      }
       if (j == S - 1) {
+        Range quiet = m_wide[0];
+        for (int k = 1; k < S; ++k) {
+          quiet.first = std::max(quiet.first, m_wide[k].first);
+          quiet.last = std::min(quiet.last, m_wide[k].last);
+        }
         FlushCounts(static_cast<QvLong>((sy + 1) / S - 1), touched, quiet);
         touched = none;
       }
@@ -456,6 +455,8 @@ class AAScan {
   std::vector<std::int8_t> m_deltaStore;
   std::int8_t* m_delta = nullptr;
   std::vector<Span> m_spans;
+  // The widest stretch without differences of each sub-row of the pixel row.
+  Range m_wide[S] = {};
   // Filtered: the three rows of mask words and their touched ranges.
   Word* m_new = nullptr;
   Word* m_mid = nullptr;
