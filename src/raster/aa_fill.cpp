@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -156,16 +157,19 @@ class AAScan {
     const std::size_t cells = static_cast<std::size_t>(m_end - m_first) + 1;
     m_deltaStore.assign(cells, 0);
     m_delta = m_deltaStore.data() - m_first;
-    m_spans.resize(static_cast<std::size_t>(m_numPoints) + 1);
+    // Not cleared: a sub-row writes its spans before it reads them.
+    m_spans.reset(new Span[static_cast<std::size_t>(m_numPoints) + 1]);
     const Range none{m_end, m_first - 1};
     Range touched = none;
     const double x_min = static_cast<double>(m_first) * S;
     const double x_max = static_cast<double>(m_end) * S;
-    for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy) {
+    // Sub-sample centres lie at sy + 0.5 in the scaled polygon; the scan line
+    // is counted in double as well, exactly, since it stays far below 2^52.
+    double centre = static_cast<double>(py0 * S) + 0.5;
+    for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy, centre += 1.0) {
       const int j = static_cast<int>(sy & (S - 1));
       if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return;
-      // Sub-sample centres lie at sy + 0.5 in the scaled polygon.
-      m_walker.Advance(static_cast<double>(sy) - 0.5, static_cast<double>(sy) + 0.5);
+      m_walker.Advance(centre - 1.0, centre);
       std::int8_t* delta = m_delta;
       // The pixels of a span from its third to its last but one receive no
       // difference from this sub-row: the widest such stretch of each
@@ -205,7 +209,7 @@ class AAScan {
       } else {
         // A crossing that is not a number can disorder the list, and its
         // spans may then overlap anywhere: they are sorted and merged first.
-        Span* spans = m_spans.data();
+        Span* spans = m_spans.get();
         std::size_t count = 0;
         m_walker.SpansAndStep(x_min, x_max, [&](std::int64_t left, std::int64_t right) {
           Touch(touched, left, right);
@@ -454,7 +458,7 @@ class AAScan {
   // spans of one sub-row when they must be sorted.
   std::vector<std::int8_t> m_deltaStore;
   std::int8_t* m_delta = nullptr;
-  std::vector<Span> m_spans;
+  std::unique_ptr<Span[]> m_spans;
   // The widest stretch without differences of each sub-row of the pixel row.
   Range m_wide[S] = {};
   // Filtered: the three rows of mask words and their touched ranges.
