@@ -5,14 +5,14 @@
 //   soft_fill.png       soft edges, spreading past the shape and kept inside it
 //   stroke_joins.png    bevel, miter and round joins; round, square and butt caps
 //   stroke_tapered.png  constant against tapered width
-#include <qv/QvGC.h>
-#include <qv/QvPath2f.h>
-#include <qv/QvRaster.h>
-#include <qv/QvTransfo4.h>
+//   curves.png          one set of keys as a smooth curve, a natural spline and a stepped curve
+//   morph.png           a star turning into a circle, frame by frame
+//   vectorize.png       pixels traced back into curves: the mask, and the fitted outline
 #include <qv/qv.h>
 
 #include <png.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -74,6 +74,39 @@ void add_circle(QvPath2f& path, float cx, float cy, float r) {
   path.Curveto(P(cx - r, cy - k), P(cx - k, cy - r), P(cx, cy - r));
   path.Curveto(P(cx + k, cy - r), P(cx + r, cy - k), P(cx + r, cy));
   path.Closeto();
+}
+
+
+// Strokes a polyline of (time, value) points from a curve, mapped into a panel
+// whose lower left corner is (x0, y0): time runs right, value runs up.
+void plot(const QvPoint2dArray& points, double x0, double y0, double sx, double sy,
+          QvRaster<unsigned char>& r) {
+  if (points.GetSize() == 0) return;
+  QvPath2f line(points.GetSize());
+  for (QvULong i = 0; i < points.GetSize(); ++i) {
+    const P p(static_cast<float>(x0 + points[i].x * sx), static_cast<float>(y0 - points[i].y * sy));
+    if (i == 0)
+      line.Moveto(p);
+    else
+      line.Lineto(p);
+  }
+  QvGC gc;
+  gc.SetLineWidth(2);
+  gc.SetJoin(QvGC::RoundJoin);
+  gc.SetEndCap(QvGC::RoundCap);
+  line.Stroke(gc, r);
+}
+
+// The keys themselves, as dots.
+void plot_keys(const QvPoint2dArray& keys, double x0, double y0, double sx, double sy,
+               QvRaster<unsigned char>& r) {
+  QvPath2f dots(4 * keys.GetSize() + 4);
+  for (QvULong i = 0; i < keys.GetSize(); ++i)
+    add_circle(dots, static_cast<float>(x0 + keys[i].x * sx),
+               static_cast<float>(y0 - keys[i].y * sy), 4);
+  QvGC gc;
+  gc.SetAASuperSampling(4);
+  dots.AAFill(gc, r, nullptr, nullptr);
 }
 
 QvPath2f sample_shapes() {
@@ -196,6 +229,82 @@ int main(int argc, char** argv) {
       spiral.Stroke(gc, tapered);
     }
     ok &= save(out_dir, "stroke_tapered.png", tapered);
+  }
+
+  {
+    // One set of keys read three ways. Each curve is flattened in its own
+    // units (time, value) and drawn as a polyline.
+    const double keys_xy[][2] = {{0, 20}, {1, 85}, {2, 40}, {3, 95}, {4, 15}, {5, 60}};
+    QvPoint2dArray keys(8);
+    for (const auto& k : keys_xy) keys.Add(QvPoint2<double>(k[0], k[1]));
+    QvStdFCurve smooth(keys, QvStdFCurve::DPCatmullRom, 0.0, QvBaseFCurve::FSBezierCubic,
+                       QvBaseFCurve::FSBezierCubic);
+    QvStdFCurve spline(keys, QvStdFCurve::DPNaturalSpline, 0.0, QvBaseFCurve::FSBezierCubic,
+                       QvBaseFCurve::FSBezierCubic);
+    QvIntegerFCurve stepped;
+    for (const auto& k : keys_xy) stepped.CreateKey(k[0], k[1]);
+    const QvBaseFCurve* curves[] = {&smooth, &spline, &stepped};
+    QvRaster<unsigned char> r(780, 160, 0);
+    for (int panel = 0; panel < 3; ++panel) {
+      QvPoint2dArray points(256);
+      QvPointTagArray tags(256);
+      curves[panel]->Flatten(QvTransfo4(), 0.01, points, tags, 0);
+      const double x0 = 260.0 * panel + 20, y0 = 140;
+      plot(points, x0, y0, 44, 1.2, r);
+      plot_keys(keys, x0, y0, 44, 1.2, r);
+    }
+    ok &= save(out_dir, "curves.png", r);
+  }
+
+  {
+    // In-betweens of a star and a circle: points are paired along the two
+    // outlines, so the frames move smoothly from one shape to the other.
+    QvPath2f star_path(16), circle_path(16);
+    for (int i = 0; i <= 10; ++i) {
+      // A simple star, from the same side and in the same turn as the circle,
+      // drawn back to its start so that it can be closed.
+      const double a = i * 3.14159265358979323846 / 5, radius = i % 2 == 0 ? 55.0 : 24.0;
+      const P p(static_cast<float>(radius * std::cos(a)), static_cast<float>(radius * std::sin(a)));
+      if (i == 0)
+        star_path.Moveto(p);
+      else
+        star_path.Lineto(p);
+    }
+    star_path.Closeto();
+    add_circle(circle_path, 0, 0, 45);
+    const QvPath2fProp1d star(star_path), circle(circle_path);
+    QvGC gc;
+    gc.SetSmallestFeatureSize(1);
+    QvMorpher morpher(&star, &circle, gc);
+    QvRaster<unsigned char> r(650, 130, 0);
+    for (int frame = 0; frame < 5; ++frame) {
+      QvPath2fProp1d between;
+      morpher.LinearMorph(frame / 4.0, between);
+      QvGC fill = placed(65 + 130 * frame, 65);
+      fill.SetFillRule(QvGC::WindingRule);
+      fill.SetAASuperSampling(4);
+      between.AAFill(fill, r, nullptr, nullptr);
+    }
+    ok &= save(out_dir, "morph.png", r);
+  }
+
+  {
+    // A hard-filled mask traced back into an outline of cubic curves, drawn
+    // beside it as a thin stroke.
+    QvRaster<unsigned char> mask(260, 160, 0);
+    shapes.Fill(placed(10, 5), mask, nullptr, nullptr);
+    QvPath2f traced(64);
+    QvGC fit;
+    fit.SetFlatteningTolerance(0.5);
+    unsigned char ink = 0;
+    for (QvLong i = 0; i < mask.width * mask.height; ++i) ink = std::max(ink, mask.pixels[i]);
+    QvVectorizer().VectorizeAndFit(mask, ink, QvExtent2<float>(), fit, traced);
+    QvRaster<unsigned char> r(520, 160, 0);
+    r.CopyRaster(0, 0, mask);
+    QvGC pen = placed(260, 0);
+    pen.SetLineWidth(1.5);
+    traced.Stroke(pen, r);
+    ok &= save(out_dir, "vectorize.png", r);
   }
   return ok ? 0 : 1;
 }

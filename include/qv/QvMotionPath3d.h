@@ -97,16 +97,21 @@ class QV_API QvMotionPath3d {
                           double* times) const;
   QvLong GetControlPointKind(QvULong i, PointKind& kind) const;
   QvLong GetControlPointKind(QvULong i, QvLong& kind) const;
+  QvLong GetControlPointKind(QvULong i, QvULong& kind) const;
   QvLong GetClosestControlPointIndex(const QvPoint3<double>& point, double tolerance,
                                      QvULong& index) const;
   void* GetClientData(QvULong i) const;
   QvLong SetClientData(QvULong i, void* pointer);
 
+  // The getters come in the enumeration and in both integer widths, the unsigned one matching
+  // what the setters take.
   QvLong GetLeftTangentInfo(QvULong i, TangentInfo& info) const;
   QvLong GetLeftTangentInfo(QvULong i, QvLong& info) const;
+  QvLong GetLeftTangentInfo(QvULong i, QvULong& info) const;
   QvLong SetLeftTangentInfo(QvULong i, QvULong info);
   QvLong GetRightTangentInfo(QvULong i, TangentInfo& info) const;
   QvLong GetRightTangentInfo(QvULong i, QvLong& info) const;
+  QvLong GetRightTangentInfo(QvULong i, QvULong& info) const;
   QvLong SetRightTangentInfo(QvULong i, QvULong info);
 
   // Index of the nearest node whose time lies within tolerance of t.
@@ -172,7 +177,9 @@ class QV_API QvMotionPath3d {
   mutable QvCriticalSection m_lock;
 };
 
-// Builds a path from a body; null when the body does not read. The caller owns the result.
+// Builds a path from a body; null when the body does not read, with bytesRead left as it was.
+// The caller owns the result. The three spellings are one operation.
 QV_API QvMotionPath3d* QvMotionPath3d_CreateFromBufferBody(const void* body, QvULong& bytesRead);
+QV_API QvMotionPath3d* CreateFromBufferBody(const void* body, QvULong& bytesRead);
 
 #endif

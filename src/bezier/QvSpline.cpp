@@ -8,6 +8,12 @@
 
 #include "bezier/spline_core.h"
 
+using qv::internal::adopt_spline_body;
+using qv::internal::assign_spline_body;
+using qv::internal::spline_convert;
+using qv::internal::spline_eval;
+using qv::internal::spline_fit;
+
 // ---- QvSpline1d ----
 
 QvSpline1d::QvSpline1d() : m_body(new QvSpline1dImpl) {}
@@ -15,11 +21,7 @@ QvSpline1d::QvSpline1d() : m_body(new QvSpline1dImpl) {}
 QvSpline1d::QvSpline1d(const QvSpline1d& other) : m_body(new QvSpline1dImpl(*other.m_body)) {}
 
 QvSpline1d& QvSpline1d::operator=(const QvSpline1d& other) {
-  if (this != &other) {
-    QvSpline1dImpl* body = new QvSpline1dImpl(*other.m_body);
-    delete m_body;
-    m_body = body;
-  }
+  if (this != &other) assign_spline_body(m_body, *other.m_body);
   return *this;
 }
 
@@ -52,34 +54,22 @@ QvLong QvSpline1d::GetInputExtent(const QvDoubleArray& params, const QvDoubleArr
 
 QvLong QvSpline1d::OpenFit(const QvDoubleArray& params, const QvDoubleArray& values,
                            double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline1dImpl> body =
-      qv::internal::spline_fit<QvSpline1dImpl>(params, values, tolerance, kind, false);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline1dImpl>(params, values, tolerance, kind, false));
 }
 
 QvLong QvSpline1d::ClosedFit(const QvDoubleArray& params, const QvDoubleArray& values,
                              double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline1dImpl> body =
-      qv::internal::spline_fit<QvSpline1dImpl>(params, values, tolerance, kind, true);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline1dImpl>(params, values, tolerance, kind, true));
 }
 
 QvLong QvSpline1d::Eval(double& out, double t) const {
-  return qv::internal::spline_eval(*m_body, out, t) ? 1 : 0;
+  return spline_eval(*m_body, out, t) ? 1 : 0;
 }
 
 QvLong QvSpline1d::CopyAndConvert(QvSpline1d& target, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline1dImpl> body = qv::internal::spline_convert(*m_body, kind);
-  if (!body) return 0;
-  delete target.m_body;
-  target.m_body = body.release();
-  return 1;
+  return adopt_spline_body(target.m_body, spline_convert(*m_body, kind));
 }
 
 // ---- QvSpline2d ----
@@ -89,11 +79,7 @@ QvSpline2d::QvSpline2d() : m_body(new QvSpline2dImpl) {}
 QvSpline2d::QvSpline2d(const QvSpline2d& other) : m_body(new QvSpline2dImpl(*other.m_body)) {}
 
 QvSpline2d& QvSpline2d::operator=(const QvSpline2d& other) {
-  if (this != &other) {
-    QvSpline2dImpl* body = new QvSpline2dImpl(*other.m_body);
-    delete m_body;
-    m_body = body;
-  }
+  if (this != &other) assign_spline_body(m_body, *other.m_body);
   return *this;
 }
 
@@ -111,45 +97,27 @@ const QvPoint2dArray& QvSpline2d::GetRightDerivatives() const { return m_body->r
 
 QvLong QvSpline2d::GetInputExtent(const QvDoubleArray& params, const QvPoint2dArray& values,
                                   double& paramRange, QvExtent2<double>& valueRange) {
-  double param_range = 0.0;
-  if (!qv::internal::spline_param_range(params, values, param_range)) return 0;
-  QvExtent2<double> extent;
-  for (QvULong i = 0; i < values.size; ++i) extent.Augment(values.data[i]);
-  valueRange = extent;
-  paramRange = param_range;
-  return 1;
+  return qv::internal::spline_input_extent(params, values, paramRange, valueRange) ? 1 : 0;
 }
 
 QvLong QvSpline2d::OpenFit(const QvDoubleArray& params, const QvPoint2dArray& values,
                            double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline2dImpl> body =
-      qv::internal::spline_fit<QvSpline2dImpl>(params, values, tolerance, kind, false);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline2dImpl>(params, values, tolerance, kind, false));
 }
 
 QvLong QvSpline2d::ClosedFit(const QvDoubleArray& params, const QvPoint2dArray& values,
                              double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline2dImpl> body =
-      qv::internal::spline_fit<QvSpline2dImpl>(params, values, tolerance, kind, true);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline2dImpl>(params, values, tolerance, kind, true));
 }
 
 QvLong QvSpline2d::Eval(QvPoint2<double>& out, double t) const {
-  return qv::internal::spline_eval(*m_body, out, t) ? 1 : 0;
+  return spline_eval(*m_body, out, t) ? 1 : 0;
 }
 
 QvLong QvSpline2d::CopyAndConvert(QvSpline2d& target, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline2dImpl> body = qv::internal::spline_convert(*m_body, kind);
-  if (!body) return 0;
-  delete target.m_body;
-  target.m_body = body.release();
-  return 1;
+  return adopt_spline_body(target.m_body, spline_convert(*m_body, kind));
 }
 
 // ---- QvSpline3d ----
@@ -159,11 +127,7 @@ QvSpline3d::QvSpline3d() : m_body(new QvSpline3dImpl) {}
 QvSpline3d::QvSpline3d(const QvSpline3d& other) : m_body(new QvSpline3dImpl(*other.m_body)) {}
 
 QvSpline3d& QvSpline3d::operator=(const QvSpline3d& other) {
-  if (this != &other) {
-    QvSpline3dImpl* body = new QvSpline3dImpl(*other.m_body);
-    delete m_body;
-    m_body = body;
-  }
+  if (this != &other) assign_spline_body(m_body, *other.m_body);
   return *this;
 }
 
@@ -181,43 +145,25 @@ const QvPoint3dArray& QvSpline3d::GetRightDerivatives() const { return m_body->r
 
 QvLong QvSpline3d::GetInputExtent(const QvDoubleArray& params, const QvPoint3dArray& values,
                                   double& paramRange, QvExtent3<double>& valueRange) {
-  double param_range = 0.0;
-  if (!qv::internal::spline_param_range(params, values, param_range)) return 0;
-  QvExtent3<double> extent;
-  for (QvULong i = 0; i < values.size; ++i) extent.Augment(values.data[i]);
-  valueRange = extent;
-  paramRange = param_range;
-  return 1;
+  return qv::internal::spline_input_extent(params, values, paramRange, valueRange) ? 1 : 0;
 }
 
 QvLong QvSpline3d::OpenFit(const QvDoubleArray& params, const QvPoint3dArray& values,
                            double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline3dImpl> body =
-      qv::internal::spline_fit<QvSpline3dImpl>(params, values, tolerance, kind, false);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline3dImpl>(params, values, tolerance, kind, false));
 }
 
 QvLong QvSpline3d::ClosedFit(const QvDoubleArray& params, const QvPoint3dArray& values,
                              double tolerance, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline3dImpl> body =
-      qv::internal::spline_fit<QvSpline3dImpl>(params, values, tolerance, kind, true);
-  if (!body) return 0;
-  delete m_body;
-  m_body = body.release();
-  return 1;
+  return adopt_spline_body(m_body,
+                           spline_fit<QvSpline3dImpl>(params, values, tolerance, kind, true));
 }
 
 QvLong QvSpline3d::Eval(QvPoint3<double>& out, double t) const {
-  return qv::internal::spline_eval(*m_body, out, t) ? 1 : 0;
+  return spline_eval(*m_body, out, t) ? 1 : 0;
 }
 
 QvLong QvSpline3d::CopyAndConvert(QvSpline3d& target, QvSpline::Kind kind) {
-  std::unique_ptr<QvSpline3dImpl> body = qv::internal::spline_convert(*m_body, kind);
-  if (!body) return 0;
-  delete target.m_body;
-  target.m_body = body.release();
-  return 1;
+  return adopt_spline_body(target.m_body, spline_convert(*m_body, kind));
 }

@@ -431,6 +431,38 @@ bool spline_param_range(const QvDoubleArray& params, const Array& values, double
   return true;
 }
 
+// The spread of the parameters and the box of the point values; false, leaving both outputs as
+// they were, when either array is empty.
+template <class Array, class Extent>
+bool spline_input_extent(const QvDoubleArray& params, const Array& values, double& paramRange,
+                         Extent& valueRange) {
+  double param_range = 0.0;
+  if (!spline_param_range(params, values, param_range)) return false;
+  Extent extent;
+  for (QvULong i = 0; i < values.size; ++i) extent.Augment(values.data[i]);
+  valueRange = extent;
+  paramRange = param_range;
+  return true;
+}
+
+// A spline's body is replaced only by one that was built whole: a null `built` (a refused or
+// failed fit or conversion) leaves the spline as it was.
+template <class Body>
+QvLong adopt_spline_body(Body*& slot, std::unique_ptr<Body> built) {
+  if (!built) return 0;
+  delete slot;
+  slot = built.release();
+  return 1;
+}
+
+// Copy assignment: the copy is made before the old body goes, so a throwing copy changes nothing.
+template <class Body>
+void assign_spline_body(Body*& slot, const Body& source) {
+  Body* copy = new Body(source);
+  delete slot;
+  slot = copy;
+}
+
 }  // namespace qv::internal
 
 class QvSpline1dImpl : public qv::internal::SplineBody<double> {};

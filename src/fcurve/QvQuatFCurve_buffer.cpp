@@ -1,5 +1,6 @@
 #include <qv/QvQuatFCurve.h>
 
+#include "fcurve/buffer_bytes.h"
 #include "fcurve/rotation_view.h"
 
 #include <cmath>
@@ -14,50 +15,19 @@
 // The older version "1000" (0x30313030) has no component word. Doubles and floats that are not
 // finite travel as 0 both ways.
 
+using qv::internal::get_f32;
+using qv::internal::get_f64;
+using qv::internal::get_u32;
+using qv::internal::put_f32;
+using qv::internal::put_f64;
+using qv::internal::put_u32;
+
 namespace {
 
 constexpr QvULong kVersionWritten = 0x30313031u;
 constexpr QvULong kVersionWithoutComponent = 0x30313030u;
 constexpr QvULong kFixedBytes = 52;
 constexpr QvULong kKeyBytes = 48;
-
-void put_u32(unsigned char* p, QvULong v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>((v >> (8 * i)) & 0xFFu);
-}
-
-void put_f64(unsigned char* p, double v) {
-  if (!std::isfinite(v)) v = 0.0;
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFu);
-}
-
-void put_f32(unsigned char* p, float v) {
-  if (!std::isfinite(v)) v = 0.0f;
-  QvULong bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  put_u32(p, bits);
-}
-
-QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-double get_f64(const unsigned char* p) {
-  std::uint64_t bits = 0;
-  for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(p[i]) << (8 * i);
-  double v;
-  std::memcpy(&v, &bits, sizeof v);
-  return std::isfinite(v) ? v : 0.0;
-}
-
-float get_f32(const unsigned char* p) {
-  const QvULong bits = get_u32(p);
-  float v;
-  std::memcpy(&v, &bits, sizeof v);
-  return std::isfinite(v) ? v : 0.0f;
-}
 
 }  // namespace
 

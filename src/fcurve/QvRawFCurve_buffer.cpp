@@ -1,5 +1,6 @@
 #include <qv/QvRawFCurve.h>
 
+#include "fcurve/buffer_bytes.h"
 #include "fcurve/raw_body.h"
 
 #include <cmath>
@@ -12,6 +13,11 @@
 //   user data block with its length word; tag 264, time-curve byte.
 // Doubles that are not finite travel as 0.0 both ways.
 
+using qv::internal::BodyReader;
+using qv::internal::get_u32;
+using qv::internal::put_f64;
+using qv::internal::put_u32;
+
 namespace {
 
 constexpr QvULong kVersionWritten = 264;
@@ -20,92 +26,12 @@ constexpr QvULong kTagTimeCurve = 264;
 constexpr QvULong kAttributesPresent = 0xFFFFFFFFu;
 constexpr QvULong kFixedBytes = 55;  // everything but the keys, attributes and user data
 
-void put_u32(unsigned char* p, QvULong v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>((v >> (8 * i)) & 0xFFu);
-}
-
-void put_f64(unsigned char* p, double v) {
-  if (!std::isfinite(v)) v = 0.0;
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFu);
-}
-
-QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-double get_f64(const unsigned char* p) {
-  std::uint64_t bits = 0;
-  for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(p[i]) << (8 * i);
-  double v;
-  std::memcpy(&v, &bits, sizeof v);
-  return std::isfinite(v) ? v : 0.0;
-}
-
-// Reads forward through a body and never past the end that its length word declares; a read
-// beyond it marks the cursor bad and yields zeros.
-class BodyReader {
- public:
-  BodyReader(const unsigned char* begin, QvULong length)
-      : m_begin(begin), m_p(begin), m_end(begin + length) {}
-
-  bool Need(std::size_t n) {
-    if (static_cast<std::size_t>(m_end - m_p) < n) m_ok = false;
-    return m_ok;
-  }
-  QvULong U32() {
-    if (!Need(4)) return 0;
-    const QvULong v = get_u32(m_p);
-    m_p += 4;
-    return v;
-  }
-  unsigned char U8() {
-    if (!Need(1)) return 0;
-    return *m_p++;
-  }
-  double F64() {
-    if (!Need(8)) return 0.0;
-    const double v = get_f64(m_p);
-    m_p += 8;
-    return v;
-  }
-  void Skip(std::size_t n) {
-    if (Need(n)) m_p += n;
-  }
-  const unsigned char* At() const { return m_p; }
-  std::size_t Remaining() const { return static_cast<std::size_t>(m_end - m_p); }
-  bool Ok() const { return m_ok; }
-  QvULong Consumed() const { return static_cast<QvULong>(m_p - m_begin); }
-
- private:
-  const unsigned char* m_begin;
-  const unsigned char* m_p;
-  const unsigned char* m_end;
-  bool m_ok = true;
-};
-
 }  // namespace
 
 // A body whose parameters do not rise (an old document, or one read as it was stored) is put
-// right before it is measured, so that size and contents agree. The walk keeps a running maximum
-// and drops every key not above it; after a drop it moves on by one, so the key that slid into the
-// freed place is not examined in that pass.
+// right before it is measured, so that size and contents agree.
 void QvRawFCurve::RepairOrderInsideCriticalSection() const {
-  QvRawFCurveImpl& body = *m_impl;
-  if (body.NumKeys() < 2 || body.StrictlyRising()) return;
-  double highest = body.KeyAt(0).parameter;
-  QvULong i = 1;
-  while (i < body.NumKeys()) {
-    if (!(body.KeyAt(i).parameter > highest)) {
-      body.Erase(i, 1);
-    } else {
-      highest = body.KeyAt(i).parameter;
-    }
-    ++i;
-  }
-  body.m_cursor = 0;
+  if (qv::internal::repair_key_order(m_impl->m_keys)) m_impl->m_cursor = 0;
 }
 
 QvULong QvRawFCurve::GetBufferSize() const {
@@ -182,16 +108,10 @@ QvULong QvRawFCurve::ReadFromBufferBody(const void* data) {
       if (in.U32() != kTagSettings) return 0;
       body.m_extrapolation = in.U8();
       body.m_readOnly = in.U8() != 0 ? 1 : 0;
-      const QvULong block = in.U32();
-      if (!in.Ok()) return 0;
-      if (block != 0) {
-        if (block < 5 || !in.Need(block)) return 0;
-        const unsigned char* start = in.At();
-        const QvULong block_version = get_u32(start);
-        if (block_version < 256 || block_version == 0xFFFFFFFFu) return 0;
-        if (start[4] == 1 && scratch.ReadUserDataFromBufferBody(start) == 0) return 0;
-        in.Skip(block);
-      }
+      if (!in.UserDataBlock([&scratch](const unsigned char* start) {
+            return scratch.ReadUserDataFromBufferBody(start);
+          }))
+        return 0;
       if (version >= 264) {
         if (in.U32() != kTagTimeCurve) return 0;
         body.m_isTimeCurve = in.U8() == 1 ? 1 : 0;

@@ -12,7 +12,6 @@
 #include <vector>
 
 using qv::internal::kRawKeyTolerance;
-using qv::internal::kRawSeamTolerance;
 using qv::internal::RawLocation;
 using qv::internal::RawSelection;
 
@@ -20,49 +19,10 @@ namespace {
 
 using Key = QvRawFCurveImpl::Key;
 
-// Where a range end lands in the key range under a cycling method: the arithmetic of the offset
-// cycle, with a remainder at a seam snapped to the first key for a start and to the last key for
-// an end, so that a range that ends on a seam covers the whole last cycle.
-double fold_range_end(const QvRawFCurveImpl& body, double t, bool is_start) {
-  const QvULong n = body.NumKeys();
-  const double first = body.KeyAt(0).parameter;
-  const double last = body.KeyAt(n - 1).parameter;
-  const double period = last - first;
-  const double x = (t - first) / period;
-  const double snapped = is_start ? first : last;
-  if (t > first) {
-    const double r = period * (x - std::floor(x));
-    return std::fabs(r) <= kRawSeamTolerance ? snapped : std::clamp(r + first, first, last);
-  }
-  const double r = period * (std::ceil(x) - x);
-  return std::fabs(r) <= kRawSeamTolerance ? snapped : std::clamp(last - r, first, last);
-}
-
-// Runs `run` over the parts of the key range that [from, to] covers. A cycling curve repeats its
-// keys, so a range beyond them is brought back into the keys; a range that straddles a seam
-// becomes its two sides, and one longer than a cycle becomes the whole key range.
+// Runs `run` over the parts of the key range that [from, to] covers under the curve's cycling.
 template <class Run>
 void for_each_cycle_range(const QvRawFCurveImpl& body, double from, double to, Run run) {
-  const QvULong n = body.NumKeys();
-  if (!body.IsCycling() || n < 2) {
-    run(from, to);
-    return;
-  }
-  const double first = body.KeyAt(0).parameter;
-  const double last = body.KeyAt(n - 1).parameter;
-  const double period = last - first;
-  const double folded_from = fold_range_end(body, from, true);
-  const double folded_to = fold_range_end(body, to, false);
-  const double cycle_from = std::floor((from - first) / period);
-  const double cycle_to = std::ceil((to - first) / period) - 1.0;
-  if (!(cycle_from < cycle_to)) {
-    run(folded_from, folded_to);
-  } else if (to - from > period) {
-    run(first, last);
-  } else {
-    run(first, folded_to);
-    run(folded_from, last);
-  }
+  qv::internal::for_each_cycle_range(body.m_keys, body.IsCycling(), from, to, run);
 }
 
 // Index of the key nearest to t; a tie goes to the earlier key. Needs at least one key.
@@ -339,23 +299,12 @@ QvLong QvRawFCurve::ScaleAndOffsetParameters(double from, double to, double anch
   if (!moves_parameters && !moves_values) return 0;
   const RawSelection sel = body.Select(from, to, openFrom, openTo);
   if (sel.count == 0) return 1;
-  std::vector<Key> saved(body.m_keys);
   QvDoubleArray old_parameters(sel.count);
   QvDoubleArray new_parameters(sel.count);
-  for (QvULong i = sel.first; i < sel.first + sel.count; ++i) {
-    Key& k = body.KeyAt(i);
-    if (moves_parameters) {
-      old_parameters.Add(k.parameter);
-      k.parameter = (k.parameter - anchor) * scale + anchor + offset;
-      new_parameters.Add(k.parameter);
-    } else {
-      k.value = (k.value - anchor) * scale + anchor + offset;
-    }
-  }
-  if (!body.StrictlyRising()) {
-    body.m_keys.swap(saved);
+  if (!qv::internal::scale_and_offset_keys(body.m_keys, sel, moves_parameters, anchor, scale,
+                                           offset, old_parameters, new_parameters,
+                                           [](double v) { return v; }))
     return 0;
-  }
   if (moves_parameters) MoveKeyUserDataTail(old_parameters, new_parameters);
   return 1;
 }

@@ -21,6 +21,47 @@ QvBaseFCurve::FSKind as_kind(unsigned char kind) {
   return static_cast<QvBaseFCurve::FSKind>(kind);
 }
 
+// The bound of the control polygon, not the tight one: cheap, and never inside the curve. An
+// automatic interior key contributes one handle only, the one on the side its neighbours lean to.
+// `beyond(a, b)` tells whether a lies further out than b: greater for the upper bound, smaller for
+// the lower. Needs at least one key.
+template <class Beyond>
+double polygon_bound(const QvStdFCurveImpl& body, Beyond beyond) {
+  const QvULong n = body.m_numKeys;
+  double bound = body.Key(0).leftValue;
+  auto take = [&bound, &beyond](double v) {
+    if (beyond(v, bound)) bound = v;
+  };
+  for (QvULong i = 0; i + 1 < n; ++i) {
+    const QvStdFCurveKey& key = body.Key(i);
+    const QvStdFCurveKey& next = body.Key(i + 1);
+    switch (key.segmentKind) {
+      case QvBaseFCurve::FSConstant:
+        take(key.rightValue);
+        break;
+      case QvBaseFCurve::FSLinear:
+        take(key.rightValue);
+        take(next.leftValue);
+        break;
+      case QvBaseFCurve::FSBezierCubic:
+        take(next.leftValue);
+        take(key.rightValue);
+        if (i > 0 && (key.flags & qv::internal::kFlagTangentAutomatic)) {
+          take(beyond(body.Key(i - 1).rightValue, next.leftValue) ? body.LeftHandleValue(i)
+                                                                  : body.RightHandleValue(i));
+        } else {
+          take(body.LeftHandleValue(i + 1));
+          take(body.RightHandleValue(i));
+        }
+        break;
+      default:
+        break;
+    }
+  }
+  take(body.Key(n - 1).rightValue);
+  return bound;
+}
+
 }  // namespace
 
 QvStdFCurve::QvStdFCurve(double valueWhenNoKeys, FSKind firstSegmentKind)
@@ -266,83 +307,21 @@ double QvStdFCurve::GetPlusInfinityVal() const {
   return n == 0 ? body.m_valueWhenNoKeys : body.Key(n - 1).rightValue;
 }
 
-// The bound of the control polygon, not the tight one: cheap, and never inside the curve. An
-// automatic interior key contributes one handle only, the one on the side its neighbours lean to.
 double QvStdFCurve::GetValueUpperBound(QvLong clamp) const {
   LockGuard guard(*this);
   const QvStdFCurveImpl& body = *m_impl;
-  const QvULong n = body.m_numKeys;
-  if (n == 0) return clamp != 0 ? body.Clamp(body.m_valueWhenNoKeys) : body.m_valueWhenNoKeys;
-  double bound = body.Key(0).leftValue;
-  auto take = [&bound](double v) {
-    if (v > bound) bound = v;
-  };
-  for (QvULong i = 0; i + 1 < n; ++i) {
-    const QvStdFCurveKey& key = body.Key(i);
-    const QvStdFCurveKey& next = body.Key(i + 1);
-    switch (key.segmentKind) {
-      case FSConstant:
-        take(key.rightValue);
-        break;
-      case FSLinear:
-        take(key.rightValue);
-        take(next.leftValue);
-        break;
-      case FSBezierCubic:
-        take(next.leftValue);
-        take(key.rightValue);
-        if (i > 0 && (key.flags & qv::internal::kFlagTangentAutomatic)) {
-          take(body.Key(i - 1).rightValue > next.leftValue ? body.LeftHandleValue(i)
-                                                           : body.RightHandleValue(i));
-        } else {
-          take(body.LeftHandleValue(i + 1));
-          take(body.RightHandleValue(i));
-        }
-        break;
-      default:
-        break;
-    }
-  }
-  take(body.Key(n - 1).rightValue);
+  if (body.m_numKeys == 0)
+    return clamp != 0 ? body.Clamp(body.m_valueWhenNoKeys) : body.m_valueWhenNoKeys;
+  const double bound = polygon_bound(body, [](double a, double b) { return a > b; });
   return clamp != 0 ? body.Clamp(bound) : bound;
 }
 
 double QvStdFCurve::GetValueLowerBound(QvLong clamp) const {
   LockGuard guard(*this);
   const QvStdFCurveImpl& body = *m_impl;
-  const QvULong n = body.m_numKeys;
-  if (n == 0) return clamp != 0 ? body.Clamp(body.m_valueWhenNoKeys) : body.m_valueWhenNoKeys;
-  double bound = body.Key(0).leftValue;
-  auto take = [&bound](double v) {
-    if (v < bound) bound = v;
-  };
-  for (QvULong i = 0; i + 1 < n; ++i) {
-    const QvStdFCurveKey& key = body.Key(i);
-    const QvStdFCurveKey& next = body.Key(i + 1);
-    switch (key.segmentKind) {
-      case FSConstant:
-        take(key.rightValue);
-        break;
-      case FSLinear:
-        take(key.rightValue);
-        take(next.leftValue);
-        break;
-      case FSBezierCubic:
-        take(next.leftValue);
-        take(key.rightValue);
-        if (i > 0 && (key.flags & qv::internal::kFlagTangentAutomatic)) {
-          take(next.leftValue > body.Key(i - 1).rightValue ? body.LeftHandleValue(i)
-                                                           : body.RightHandleValue(i));
-        } else {
-          take(body.LeftHandleValue(i + 1));
-          take(body.RightHandleValue(i));
-        }
-        break;
-      default:
-        break;
-    }
-  }
-  take(body.Key(n - 1).rightValue);
+  if (body.m_numKeys == 0)
+    return clamp != 0 ? body.Clamp(body.m_valueWhenNoKeys) : body.m_valueWhenNoKeys;
+  const double bound = polygon_bound(body, [](double a, double b) { return a < b; });
   return clamp != 0 ? body.Clamp(bound) : bound;
 }
 

@@ -107,6 +107,20 @@ bool coincides(const QvPoint2<double>& handle, double x, double y) {
   return dx * dx + dy * dy <= 1e-15;
 }
 
+// The 60 bytes that every form of a key record starts with: the parameter, both values, both
+// handles and the segment kind, padded to a whole word.
+void read_key_record(Reader& in, QvStdFCurveKey& key) {
+  key.parameter = in.F64();
+  key.leftValue = in.F64();
+  key.rightValue = in.F64();
+  key.leftHandle.x = in.F64();
+  key.leftHandle.y = in.F64();
+  key.rightHandle.x = in.F64();
+  key.rightHandle.y = in.F64();
+  key.segmentKind = static_cast<unsigned char>(in.U8());
+  in.Skip(3);
+}
+
 // The oldest form: no clamps or settings, 64-byte records with a word at offset 60 that must be 0.
 QvULong read_oldest(Reader& in, QvStdFCurveImpl& body) {
   body.m_valueWhenNoKeys = in.F64();
@@ -116,15 +130,7 @@ QvULong read_oldest(Reader& in, QvStdFCurveImpl& body) {
   body.Resize(n);
   for (QvULong i = 0; i < n; ++i) {
     QvStdFCurveKey& key = body.Key(i);
-    key.parameter = in.F64();
-    key.leftValue = in.F64();
-    key.rightValue = in.F64();
-    key.leftHandle.x = in.F64();
-    key.leftHandle.y = in.F64();
-    key.rightHandle.x = in.F64();
-    key.rightHandle.y = in.F64();
-    key.segmentKind = static_cast<unsigned char>(in.U8());
-    in.Skip(3);
+    read_key_record(in, key);
     if (in.U32() != 0) return 0;
     key.flags = qv::internal::kFlagTangentContinuity;
   }
@@ -228,15 +234,7 @@ QvULong QvStdFCurve::ReadFromBufferBody(const void* data) {
       body.Resize(n);
       for (QvULong i = 0; i < n; ++i) {
         QvStdFCurveKey& key = body.Key(i);
-        key.parameter = in.F64();
-        key.leftValue = in.F64();
-        key.rightValue = in.F64();
-        key.leftHandle.x = in.F64();
-        key.leftHandle.y = in.F64();
-        key.rightHandle.x = in.F64();
-        key.rightHandle.y = in.F64();
-        key.segmentKind = static_cast<unsigned char>(in.U8());
-        in.Skip(3);
+        read_key_record(in, key);
         key.flags = qv::internal::kFlagTangentContinuity;
       }
       if (version >= 257) {

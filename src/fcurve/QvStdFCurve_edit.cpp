@@ -122,6 +122,29 @@ void freeze_keys(QvStdFCurveImpl& body, QvULong first, QvULong last, QvLong left
   qv::internal::repair_segments(body, first == 0 ? 0 : first - 1, last);
 }
 
+// Ends the curve with a new segment of `kind`, constant or linear, from the last key to a new key
+// at `point`. The new key arrives where that segment ends: at the last key's right value for a
+// constant segment, at the point for a linear one; its handles lie on its own values.
+QvLong append_plain_segment(QvStdFCurveImpl& body, const QvPoint2<double>& point,
+                            QvBaseFCurve::FSKind kind) {
+  const QvULong n = body.m_numKeys;
+  if (body.m_readOnly != 0 || n == 0 || !std::isfinite(point.x)) return 0;
+  if (!(point.x > body.Key(n - 1).parameter)) return 0;
+  body.InsertKeys(n, 1);
+  QvStdFCurveKey& last = body.Key(n - 1);
+  QvStdFCurveKey& key = body.Key(n);
+  key.parameter = point.x;
+  key.leftValue = kind == QvBaseFCurve::FSConstant ? last.rightValue : point.y;
+  key.rightValue = point.y;
+  key.segmentKind = last.segmentKind;
+  key.flags = kFlagTangentContinuity;
+  last.segmentKind = static_cast<unsigned char>(kind);
+  qv::internal::store_left_handle(body, n, Point2d(point.x, key.leftValue));
+  qv::internal::store_right_handle(body, n, point);
+  qv::internal::repair_segments(body, n - 1, n - 1);
+  return 1;
+}
+
 }  // namespace
 
 QvLong QvStdFCurve::CreateKey(double parameter, double value) {
@@ -333,44 +356,12 @@ QvLong QvStdFCurve::SetKeyValue(double parameter, KeySide side, double value, do
 
 QvLong QvStdFCurve::AppendConstantSegment(const QvPoint2<double>& point) {
   LockGuard guard(*this);
-  QvStdFCurveImpl& body = *m_impl;
-  const QvULong n = body.m_numKeys;
-  if (body.m_readOnly != 0 || n == 0 || !std::isfinite(point.x)) return 0;
-  if (!(point.x > body.Key(n - 1).parameter)) return 0;
-  body.InsertKeys(n, 1);
-  QvStdFCurveKey& last = body.Key(n - 1);
-  QvStdFCurveKey& key = body.Key(n);
-  key.parameter = point.x;
-  key.leftValue = last.rightValue;
-  key.rightValue = point.y;
-  key.segmentKind = last.segmentKind;
-  key.flags = kFlagTangentContinuity;
-  last.segmentKind = FSConstant;
-  qv::internal::store_left_handle(body, n, Point2d(point.x, body.Key(n - 1).rightValue));
-  qv::internal::store_right_handle(body, n, point);
-  qv::internal::repair_segments(body, n - 1, n - 1);
-  return 1;
+  return append_plain_segment(*m_impl, point, FSConstant);
 }
 
 QvLong QvStdFCurve::AppendLinearSegment(const QvPoint2<double>& point) {
   LockGuard guard(*this);
-  QvStdFCurveImpl& body = *m_impl;
-  const QvULong n = body.m_numKeys;
-  if (body.m_readOnly != 0 || n == 0 || !std::isfinite(point.x)) return 0;
-  if (!(point.x > body.Key(n - 1).parameter)) return 0;
-  body.InsertKeys(n, 1);
-  QvStdFCurveKey& last = body.Key(n - 1);
-  QvStdFCurveKey& key = body.Key(n);
-  key.parameter = point.x;
-  key.leftValue = point.y;
-  key.rightValue = point.y;
-  key.segmentKind = last.segmentKind;
-  key.flags = kFlagTangentContinuity;
-  last.segmentKind = FSLinear;
-  qv::internal::store_left_handle(body, n, point);
-  qv::internal::store_right_handle(body, n, point);
-  qv::internal::repair_segments(body, n - 1, n - 1);
-  return 1;
+  return append_plain_segment(*m_impl, point, FSLinear);
 }
 
 // A sample that stays on the line of the last linear segment moves the last key along the line

@@ -1,5 +1,6 @@
 #include <qv/QvBaseFCurve.h>
 
+#include "fcurve/buffer_bytes.h"
 #include "fcurve/userdata_set.h"
 #include "fcurve/userdata_store.h"
 
@@ -10,46 +11,16 @@
 // User data of curves and keys. The store is made on the first write and lives until the curve
 // goes; key sets follow their keys through every edit that moves, scales, merges or deletes keys.
 
+using qv::internal::get_f64;
+using qv::internal::get_u16;
+using qv::internal::get_u32;
+using qv::internal::put_f64;
+using qv::internal::put_u16;
+using qv::internal::put_u32;
+
 namespace {
 
 constexpr QvULong kUserDataVersion = 256;
-
-void put_u32(unsigned char* p, QvULong v) {
-  p[0] = static_cast<unsigned char>(v & 0xFFu);
-  p[1] = static_cast<unsigned char>((v >> 8) & 0xFFu);
-  p[2] = static_cast<unsigned char>((v >> 16) & 0xFFu);
-  p[3] = static_cast<unsigned char>((v >> 24) & 0xFFu);
-}
-
-void put_u16(unsigned char* p, std::uint16_t v) {
-  p[0] = static_cast<unsigned char>(v & 0xFFu);
-  p[1] = static_cast<unsigned char>((v >> 8) & 0xFFu);
-}
-
-QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-std::uint16_t get_u16(const unsigned char* p) {
-  return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-
-// Doubles travel as their IEEE bits, little-endian; what is not finite travels as 0.0.
-void put_f64(unsigned char* p, double v) {
-  if (!std::isfinite(v)) v = 0.0;
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFu);
-}
-
-double get_f64(const unsigned char* p) {
-  std::uint64_t bits = 0;
-  for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(p[i]) << (8 * i);
-  double v;
-  std::memcpy(&v, &bits, sizeof v);
-  return std::isfinite(v) ? v : 0.0;
-}
 
 void put_uid(unsigned char* p, const _pmbUID& id) {
   put_u32(p, id.Data1);

@@ -1,3 +1,4 @@
+#include <qv/QvSpline.h>
 #include <qv/QvStdFCurve.h>
 
 #include "fcurve/QvStdFCurveImpl.h"
@@ -92,15 +93,15 @@ class KeyAppender {
     m_body.m_valueWhenNoKeys = p.y;
   }
 
+  // Both handles go through the slope rule, as any stored handle does.
   void Cubic(const QvPoint2<double>& right, const QvPoint2<double>& left,
              const QvPoint2<double>& next) {
     const QvULong n = m_body.m_numKeys;
     m_body.Resize(n + 1);
-    QvStdFCurveKey& prev = m_body.Key(n - 1);
-    prev.segmentKind = QvBaseFCurve::FSBezierCubic;
-    prev.rightHandle = right;
     m_body.Key(n) = make_key(next.x, next.y, next.y, QvBaseFCurve::FSBezierCubic);
-    m_body.Key(n).leftHandle = left;
+    m_body.Key(n - 1).segmentKind = QvBaseFCurve::FSBezierCubic;
+    qv::internal::store_right_handle(m_body, n - 1, right);
+    qv::internal::store_left_handle(m_body, n, left);
   }
 
   void Linear(const QvPoint2<double>& next) {
@@ -203,6 +204,48 @@ void linear_reduced(const std::vector<QvPoint2<double>>& p, double tolerance, Ke
   out.Linear(p[n - 1]);
 }
 
+// Cubics through the keys that a Hermite spline fit keeps within the tolerance, measured in
+// value at each point's own x. The spline's handles sit a third of each interval along the slope
+// at either end, so with handle x at the thirds the key curve is the spline itself. The fit gives
+// one slope to both sides of a key, and continuity stays locked wherever the evaluated tangents
+// agree.
+void spline_fit(const std::vector<QvPoint2<double>>& p, double tolerance, KeyAppender& out,
+                QvStdFCurveImpl& body) {
+  const size_t n = p.size();
+  if (n == 2) {
+    const double dx = p[1].x - p[0].x;
+    const double dy = p[1].y - p[0].y;
+    out.Cubic(QvPoint2<double>(p[0].x + dx / 3.0, p[0].y + dy / 3.0),
+              QvPoint2<double>(p[1].x - dx / 3.0, p[1].y - dy / 3.0), p[1]);
+    return;
+  }
+  const QvULong count = static_cast<QvULong>(n);
+  QvDoubleArray xs(count);
+  QvDoubleArray ys(count);
+  for (const QvPoint2<double>& q : p) {
+    xs.Add(q.x);
+    ys.Add(q.y);
+  }
+  QvSpline1d spline;
+  // A tolerance the fit refuses (negative or NaN) keeps every point that is off the curve.
+  if (!spline.OpenFit(xs, ys, tolerance, QvSpline::KindHermite))
+    spline.OpenFit(xs, ys, 0.0, QvSpline::KindHermite);
+  const QvDoubleArray& t = spline.GetKeyParameters();
+  const QvDoubleArray& v = spline.GetKeyValues();
+  const QvDoubleArray& left = spline.GetLeftDerivatives();
+  const QvDoubleArray& right = spline.GetRightDerivatives();
+  const double third = 0.3333333333333333;
+  for (QvULong i = 0; i + 1 < spline.GetNumKeys(); ++i) {
+    const double d = t[i + 1] - t[i];
+    out.Cubic(QvPoint2<double>(t[i] + d * third, v[i] + right[i] * d * third),
+              QvPoint2<double>(t[i + 1] - d * third, v[i + 1] + left[i + 1] * d * third),
+              QvPoint2<double>(t[i + 1], v[i + 1]));
+  }
+  for (QvULong i = 1; i + 1 < body.m_numKeys; ++i)
+    if (!body.TangentsContinuous(i))
+      body.Key(i).flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
+}
+
 }  // namespace
 
 // Points that do not lie after their predecessor, or are not finite, are left out: keys must rise.
@@ -227,8 +270,11 @@ QvStdFCurve::QvStdFCurve(const QvPoint2dArray& points, DPMethod method, double t
       case DPLinearReduced:
         linear_reduced(p, tolerance, out);
         break;
-      default:  // DPNaturalSpline and DPSplineFit
+      case DPNaturalSpline:
         natural_spline(p, out);
+        break;
+      default:  // DPSplineFit
+        spline_fit(p, tolerance, out, *m_impl);
         break;
     }
   }
@@ -992,18 +1038,26 @@ bool reduce_range(QvStdFCurveImpl& work, double from, double to, double toleranc
       --start;
     if (end - start >= 2) {
       if (kind == QvBaseFCurve::FSBezierCubic) {
+        // The run's values as its segments see them: leaving each key, and arriving at the
+        // last, which may jump to another value beyond the run.
         QvPoint2dArray points(end - start + 1);
-        for (QvULong i = start; i <= end; ++i)
+        for (QvULong i = start; i < end; ++i)
           points.Add(QvPoint2<double>(work.Key(i).parameter, work.Key(i).rightValue));
+        points.Add(QvPoint2<double>(work.Key(end).parameter, work.Arrival(end)));
         const QvStdFCurve fit(points, QvStdFCurve::DPSplineFit, tolerance, QvBaseFCurve::FSBezierCubic,
                               QvBaseFCurve::FSBezierCubic);
         const QvStdFCurveImpl& f = *fit.GetImpl();
         const QvULong m = f.m_numKeys;
-        // Only a fit with fewer keys that meets both ends replaces the run.
-        if (m >= 2 && m < end - start + 1 &&
+        // The fit always keeps both ends; the test only guards against a fit that did not run.
+        if (m >= 2 &&
             std::fabs(f.Key(0).parameter - work.Key(start).parameter) <= kKeyTolerance &&
             std::fabs(f.Key(m - 1).parameter - work.Key(end).parameter) <= kKeyTolerance) {
-          for (QvULong i = start + 1; i < end; ++i) removed.push_back(work.Key(i).parameter);
+          // Keys that the fit keeps stay where they were, with their user data.
+          for (QvULong i = start + 1, j = 1; i < end; ++i) {
+            while (j + 1 < m && f.Key(j).parameter < work.Key(i).parameter) ++j;
+            if (j + 1 >= m || f.Key(j).parameter != work.Key(i).parameter)
+              removed.push_back(work.Key(i).parameter);
+          }
           work.EraseKeys(start + 1, end - start - 1);
           work.InsertKeys(start + 1, m - 2);
           for (QvULong j = 1; j + 1 < m; ++j) {
@@ -1014,6 +1068,10 @@ bool reduce_range(QvStdFCurveImpl& work, double from, double to, double toleranc
           work.Key(start).rightHandle = f.Key(0).rightHandle;
           work.Key(start + m - 1).leftHandle = f.Key(m - 1).leftHandle;
           qv::internal::repair_segments(work, start, start + m - 2);
+          // The ends of the run keep their outer handles, which may no longer line up.
+          for (QvULong k : {start, start + m - 1})
+            if (!work.TangentsContinuous(k))
+              work.Key(k).flags &= static_cast<std::uint16_t>(~kFlagTangentContinuity);
         }
       } else {
         const std::vector<QvULong> drop = keys_off_the_line(work, start, end, tolerance);

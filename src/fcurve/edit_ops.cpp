@@ -203,33 +203,38 @@ Point2d aligned_direction(const QvStdFCurveKey& key, const Point2d& from) {
   return Point2d(-from.x / length, -from.y / length);
 }
 
+// Where one handle of the key goes when it turns to follow the other side's tangent: along the
+// aligned direction, at its own length. The right handle follows the left tangent when
+// `rightFollows`, the left the right otherwise. False when either handle has no length.
+bool aligned_handle(const QvStdFCurveKey& key, bool rightFollows, Point2d& wanted) {
+  const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
+  const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
+  if (squared(r) <= 1e-9 || squared(l) <= 1e-9) return false;
+  const Point2d& own = rightFollows ? r : l;
+  const double own_value = rightFollows ? key.rightValue : key.leftValue;
+  const double length = std::sqrt(squared(own));
+  const Point2d u = aligned_direction(key, rightFollows ? l : r);
+  wanted = Point2d(key.parameter + u.x * length, own_value + u.y * length);
+  return true;
+}
+
 }  // namespace
 
 // The right handle turns to follow the left tangent: the left direction, negated, at the right
 // handle's own length.
 void propagate_left(QvStdFCurveImpl& body, QvULong i) {
-  const QvStdFCurveKey& key = body.Key(i);
-  const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
-  const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
-  if (squared(r) <= 1e-9 || squared(l) <= 1e-9) return;
-  const double length = std::sqrt(squared(r));
-  const Point2d u = aligned_direction(key, l);
-  const Point2d wanted(key.parameter + u.x * length, key.rightValue + u.y * length);
+  Point2d wanted;
   Point2d stored;
-  if (fit_right_handle(body, i, wanted, stored)) body.Key(i).rightHandle = stored;
+  if (aligned_handle(body.Key(i), true, wanted) && fit_right_handle(body, i, wanted, stored))
+    body.Key(i).rightHandle = stored;
 }
 
 // The mirror: the left handle turns to follow the right tangent.
 void propagate_right(QvStdFCurveImpl& body, QvULong i) {
-  const QvStdFCurveKey& key = body.Key(i);
-  const Point2d r(key.rightHandle.x - key.parameter, key.rightHandle.y - key.rightValue);
-  const Point2d l(key.leftHandle.x - key.parameter, key.leftHandle.y - key.leftValue);
-  if (squared(r) <= 1e-9 || squared(l) <= 1e-9) return;
-  const double length = std::sqrt(squared(l));
-  const Point2d u = aligned_direction(key, r);
-  const Point2d wanted(key.parameter + u.x * length, key.leftValue + u.y * length);
+  Point2d wanted;
   Point2d stored;
-  if (fit_left_handle(body, i, wanted, stored)) body.Key(i).leftHandle = stored;
+  if (aligned_handle(body.Key(i), false, wanted) && fit_left_handle(body, i, wanted, stored))
+    body.Key(i).leftHandle = stored;
 }
 
 void freeze_left(QvStdFCurveImpl& body, QvULong i) {

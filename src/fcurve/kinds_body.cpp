@@ -5,8 +5,6 @@
 
 using qv::internal::kFlagValueLocked;
 using qv::internal::kStepKeyTolerance;
-using qv::internal::kStepSeamTolerance;
-using qv::internal::kStepSnapTolerance;
 using qv::internal::SteppedLocation;
 using qv::internal::SteppedSelection;
 
@@ -34,111 +32,19 @@ QvSteppedFCurveImpl::QvSteppedFCurveImpl(bool boolean, double valueWhenNoKeys)
   m_keys.reserve(2);
 }
 
-// Consecutive evaluations at rising parameters mostly land in the cursor's interval or next to
-// it, so a long curve tries the few intervals around the cursor before it bisects.
 SteppedLocation QvSteppedFCurveImpl::LocateKey(double t) const {
-  const QvULong n = NumKeys();
-  const Key* k = m_keys.data();
-  if (t <= k[0].parameter) {
-    m_cursor = 0;
-    const bool exact = std::fabs(t - k[0].parameter) <= kStepKeyTolerance;
-    return SteppedLocation{exact ? 1u : 0u, exact};
-  }
-  if (t >= k[n - 1].parameter) {
-    m_cursor = n - 1;
-    return SteppedLocation{n, std::fabs(t - k[n - 1].parameter) <= kStepKeyTolerance};
-  }
-  if (m_cursor > n - 1) m_cursor = n - 1;
-  const QvULong cursor = m_cursor;
-  const QvULong lo = cursor >= 2 ? cursor - 2 : 0;
-  const QvULong hi = std::min(cursor + 2, n - 1);
-  if (n - 1 >= 11 && t >= k[lo].parameter && t <= k[hi].parameter) {
-    const long long tries[4] = {static_cast<long long>(cursor), static_cast<long long>(hi) - 1,
-                                static_cast<long long>(lo), static_cast<long long>(cursor) - 1};
-    for (long long i : tries) {
-      if (i < 0 || i + 1 > static_cast<long long>(n - 1)) continue;
-      const QvULong a = static_cast<QvULong>(i);
-      if (t >= k[a].parameter && t < k[a + 1].parameter) {
-        m_cursor = a;
-        return SteppedLocation{a + 1, std::fabs(t - k[a].parameter) <= kStepKeyTolerance};
-      }
-    }
-    if (std::fabs(t - k[hi].parameter) <= kStepKeyTolerance) {
-      m_cursor = hi;
-      return SteppedLocation{hi + 1, true};
-    }
-  }
-  QvULong a;
-  QvULong b;
-  if (t > k[lo].parameter) {
-    a = t > k[hi].parameter ? hi : lo;
-    b = n - 1;
-  } else {
-    a = 0;
-    b = lo;
-  }
-  while (b - a > 1) {
-    const QvULong mid = (a + b) / 2;
-    if (t > k[mid].parameter) {
-      a = mid;
-    } else if (t < k[mid].parameter) {
-      b = mid;
-    } else {
-      m_cursor = mid;
-      return SteppedLocation{mid + 1, true};
-    }
-  }
-  if (t == k[b].parameter) {
-    m_cursor = b;
-    return SteppedLocation{b + 1, true};
-  }
-  m_cursor = a;
-  return SteppedLocation{a + 1, false};
+  return qv::internal::locate_key(m_keys, m_cursor, t);
 }
 
 bool QvSteppedFCurveImpl::FindKeyNear(double t, double tolerance, QvULong& index) const {
-  const QvULong n = NumKeys();
-  if (n == 0 || std::isnan(t)) return false;
-  const SteppedLocation loc = LocateKey(t - tolerance);
-  const QvULong candidate = loc.exact ? loc.position - 1 : loc.position;
-  if (candidate >= n) return false;
-  const double top = t + tolerance;
-  if (m_keys[candidate].parameter > top) return false;
-  QvULong best = candidate;
-  double best_distance = std::fabs(t - m_keys[candidate].parameter);
-  QvULong i = candidate;
-  while (std::fabs(m_keys[i].parameter - top) > kStepKeyTolerance && i + 1 < n &&
-         m_keys[i + 1].parameter <= top) {
-    ++i;
-    const double d = std::fabs(t - m_keys[i].parameter);
-    if (d < best_distance) {
-      best = i;
-      best_distance = d;
-    }
-  }
-  index = best;
-  return true;
+  if (std::isnan(t)) return false;
+  return qv::internal::find_key_near(m_keys, m_cursor, t, tolerance, index);
 }
 
 SteppedSelection QvSteppedFCurveImpl::Select(double from, double to, QvLong openFrom,
                                              QvLong openTo) const {
-  const QvULong n = NumKeys();
-  if (n == 0 || std::isnan(from) || std::isnan(to)) return SteppedSelection{0, 0};
-  const bool same = std::fabs(from - to) <= kStepKeyTolerance;
-  if (same && openFrom != 0 && openTo != 0) return SteppedSelection{0, 0};
-  const SteppedLocation loc = LocateKey(from);
-  QvULong first = loc.exact ? loc.position - 1 : loc.position;
-  if (loc.exact && openFrom != 0 && (!same || (openFrom != 0) == (openTo != 0))) ++first;
-  QvULong end = first;
-  while (end < n) {
-    const double p = m_keys[end].parameter;
-    const bool at_to = std::fabs(p - to) <= kStepKeyTolerance;
-    if (p > to && !at_to) break;
-    if (at_to && openTo != 0) break;
-    ++end;
-  }
-  if (first >= end) return SteppedSelection{first, 0};
-  return SteppedSelection{first, end - first};
+  if (std::isnan(from) || std::isnan(to)) return SteppedSelection{0, 0};
+  return qv::internal::select_keys(m_keys, m_cursor, from, to, openFrom, openTo);
 }
 
 QvLong QvSteppedFCurveImpl::StepValue(double t) const {
@@ -149,40 +55,24 @@ QvLong QvSteppedFCurveImpl::StepValue(double t) const {
 }
 
 double QvSteppedFCurveImpl::Fold(double t) const {
-  const QvULong n = NumKeys();
-  if (!IsCycling() || n < 2) return t;
-  const double first = m_keys[0].parameter;
-  const double last = m_keys[n - 1].parameter;
-  double folded = t;
-  if (t > last) {
-    folded = std::clamp(std::fmod(t - first, last - first) + first, first, last);
-  } else if (t < first) {
-    folded = std::clamp(last - std::fmod(first - t, last - first), first, last);
-  }
+  if (!IsCycling() || NumKeys() < 2) return t;
+  const double first = m_keys.front().parameter;
+  double folded = qv::internal::fold_plain_cycle(first, m_keys.back().parameter, t);
   QvULong k;
-  if (FindKeyNear(folded, kStepSnapTolerance, k)) folded = m_keys[k].parameter;
+  if (FindKeyNear(folded, qv::internal::kKeySnapTolerance, k)) folded = m_keys[k].parameter;
   return folded;
 }
 
 double QvSteppedFCurveImpl::FoldOffset(double t) const {
-  const QvULong n = NumKeys();
-  const double first = m_keys[0].parameter;
-  const double last = m_keys[n - 1].parameter;
-  const double period = last - first;
-  const double x = (t - first) / period;
-  if (t > first) {
-    const double r = period * (x - std::floor(x));
-    return std::fabs(r) <= kStepSeamTolerance ? last : std::clamp(r + first, first, last);
-  }
-  const double r = period * (std::ceil(x) - x);
-  return std::fabs(r) <= kStepSeamTolerance ? last : std::clamp(last - r, first, last);
+  const double last = m_keys.back().parameter;
+  return qv::internal::fold_offset_cycle(m_keys.front().parameter, last, t, last);
 }
 
 QvLong QvSteppedFCurveImpl::Eval(double t) const {
   const QvULong n = NumKeys();
   if (n == 0) return m_valueWhenNoKeys;
   QvULong snapped;
-  if (FindKeyNear(t, kStepSnapTolerance, snapped)) t = m_keys[snapped].parameter;
+  if (FindKeyNear(t, qv::internal::kKeySnapTolerance, snapped)) t = m_keys[snapped].parameter;
   if (n >= 2 && IsCycling()) {
     // The offset fold lands in the key range but may miss a key by a rounding; the plain fold
     // that follows it only snaps it onto the key, so that a step rises exactly where it should.
@@ -262,22 +152,9 @@ bool QvSteppedFCurveImpl::AnyFlagInRange(double from, double to, QvLong openFrom
 }
 
 bool QvSteppedFCurveImpl::StrictlyRising() const {
-  for (std::size_t i = 1; i < m_keys.size(); ++i)
-    if (!(m_keys[i].parameter > m_keys[i - 1].parameter)) return false;
-  return true;
+  return qv::internal::keys_strictly_rising(m_keys);
 }
 
 void QvSteppedFCurveImpl::RepairOrder() {
-  if (m_keys.size() < 2 || StrictlyRising()) return;
-  double highest = m_keys[0].parameter;
-  std::size_t i = 1;
-  while (i < m_keys.size()) {
-    if (!(m_keys[i].parameter > highest)) {
-      m_keys.erase(m_keys.begin() + static_cast<std::ptrdiff_t>(i));
-    } else {
-      highest = m_keys[i].parameter;
-    }
-    ++i;
-  }
-  m_cursor = 0;
+  if (qv::internal::repair_key_order(m_keys)) m_cursor = 0;
 }

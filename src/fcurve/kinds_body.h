@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "fcurve/key_array.h"
+
 namespace qv::internal {
 
 struct SteppedKey {
@@ -15,23 +17,10 @@ struct SteppedKey {
   std::uint16_t flags;
 };
 
-// Where a parameter falls among the keys. `position` is the index of the first key after it, or,
-// when `exact`, the index of the key at it plus one: key position - 1 is always the last key at or
-// before the parameter, and 0 means before the first key.
-struct SteppedLocation {
-  QvULong position;
-  bool exact;
-};
+using SteppedLocation = KeyLocation;
+using SteppedSelection = KeySelection;
 
-// `count` keys from `first`.
-struct SteppedSelection {
-  QvULong first;
-  QvULong count;
-};
-
-constexpr double kStepKeyTolerance = 1e-15;   // parameters of keys compare this close
-constexpr double kStepSnapTolerance = 1e-12;  // an evaluated parameter snaps onto a key this close
-constexpr double kStepSeamTolerance = 1e-9;   // a cycle remainder this small is a seam
+constexpr double kStepKeyTolerance = kKeySearchTolerance;
 
 constexpr std::uint16_t kFlagValueLocked = 2;
 constexpr std::uint16_t kFlagParameterLocked = 4;

@@ -10,12 +10,18 @@
 #include <utility>
 #include <vector>
 
+#include "fcurve/buffer_bytes.h"
 #include "fcurve/userdata_set.h"
 
+using qv::internal::BodyReader;
+using qv::internal::get_u32;
 using qv::internal::kFlagBothLocks;
 using qv::internal::kFlagParameterLocked;
 using qv::internal::kFlagValueLocked;
 using qv::internal::kStepKeyTolerance;
+using qv::internal::put_f64;
+using qv::internal::put_u16;
+using qv::internal::put_u32;
 using qv::internal::saturate_trunc;
 using qv::internal::SteppedLocation;
 using qv::internal::SteppedSelection;
@@ -81,76 +87,6 @@ void build_steps(const QvSteppedFCurveImpl& body, double from, double to,
   }
   out.push_back(StepPoint{to, out.back().v, false});
 }
-
-// Little-endian field writers and a bounded reader for the buffer body.
-void put_u32(unsigned char* p, QvULong v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>((v >> (8 * i)) & 0xFFu);
-}
-
-void put_u16(unsigned char* p, std::uint16_t v) {
-  p[0] = static_cast<unsigned char>(v & 0xFFu);
-  p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-void put_f64(unsigned char* p, double v) {
-  if (!std::isfinite(v)) v = 0.0;
-  std::uint64_t bits;
-  std::memcpy(&bits, &v, sizeof bits);
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<unsigned char>((bits >> (8 * i)) & 0xFFu);
-}
-
-QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-class BodyReader {
- public:
-  BodyReader(const unsigned char* begin, QvULong length)
-      : m_begin(begin), m_p(begin), m_end(begin + length) {}
-  bool Need(std::size_t n) {
-    if (static_cast<std::size_t>(m_end - m_p) < n) m_ok = false;
-    return m_ok;
-  }
-  QvULong U32() {
-    if (!Need(4)) return 0;
-    const QvULong v = get_u32(m_p);
-    m_p += 4;
-    return v;
-  }
-  std::uint16_t U16() {
-    if (!Need(2)) return 0;
-    const std::uint16_t v = static_cast<std::uint16_t>(m_p[0] | (m_p[1] << 8));
-    m_p += 2;
-    return v;
-  }
-  unsigned char U8() {
-    if (!Need(1)) return 0;
-    return *m_p++;
-  }
-  double F64() {
-    if (!Need(8)) return 0.0;
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(m_p[i]) << (8 * i);
-    m_p += 8;
-    double v;
-    std::memcpy(&v, &bits, sizeof v);
-    return std::isfinite(v) ? v : 0.0;
-  }
-  void Skip(std::size_t n) {
-    if (Need(n)) m_p += n;
-  }
-  const unsigned char* At() const { return m_p; }
-  std::size_t Remaining() const { return static_cast<std::size_t>(m_end - m_p); }
-  bool Ok() const { return m_ok; }
-  QvULong Consumed() const { return static_cast<QvULong>(m_p - m_begin); }
-
- private:
-  const unsigned char* m_begin;
-  const unsigned char* m_p;
-  const unsigned char* m_end;
-  bool m_ok = true;
-};
 
 // The class identifier that follows the version and the kind: the first word tells the two kinds
 // apart, the other twelve bytes are shared.
@@ -1154,23 +1090,11 @@ QvLong QvSteppedFCurveOps<Curve>::ScaleAndOffsetParameters(Curve& self, double f
   const std::uint16_t guard_bits = moves_parameters ? kFlagParameterLocked : kFlagValueLocked;
   for (QvULong i = sel.first; i < sel.first + sel.count; ++i)
     if ((body.KeyAt(i).flags & guard_bits) != 0) return 0;
-  std::vector<Key> saved(body.m_keys);
   QvDoubleArray old_parameters(sel.count);
   QvDoubleArray new_parameters(sel.count);
-  for (QvULong i = sel.first; i < sel.first + sel.count; ++i) {
-    Key& k = body.KeyAt(i);
-    if (moves_parameters) {
-      old_parameters.Add(k.parameter);
-      k.parameter = (k.parameter - anchor) * scale + anchor + offset;
-      new_parameters.Add(k.parameter);
-    } else {
-      k.value = Convert((static_cast<double>(k.value) - anchor) * scale + anchor + offset);
-    }
-  }
-  if (!body.StrictlyRising()) {
-    body.m_keys.swap(saved);
+  if (!qv::internal::scale_and_offset_keys(body.m_keys, sel, moves_parameters, anchor, scale,
+                                           offset, old_parameters, new_parameters, Convert))
     return 0;
-  }
   if (moves_parameters) self.MoveKeyUserDataTail(old_parameters, new_parameters);
   return 1;
 }
@@ -1183,42 +1107,8 @@ template <class Curve>
 template <class Fn>
 void QvSteppedFCurveOps<Curve>::ForRanges(const QvSteppedFCurveImpl& body, double from, double to,
                                           bool offsetCycleToo, Fn&& fn) {
-  const QvULong n = body.NumKeys();
-  const bool cycles =
-      n >= 2 && (body.m_extrapolation == 3 || (offsetCycleToo && body.m_extrapolation == 4));
-  if (!cycles) {
-    fn(from, to);
-    return;
-  }
-  const double first = body.KeyAt(0).parameter;
-  const double last = body.KeyAt(n - 1).parameter;
-  const double period = last - first;
-  auto fold = [&](double t, bool toFirst) {
-    const double x = (t - first) / period;
-    double r;
-    double folded;
-    if (t > first) {
-      r = period * (x - std::floor(x));
-      folded = std::clamp(r + first, first, last);
-    } else {
-      r = period * (std::ceil(x) - x);
-      folded = std::clamp(last - r, first, last);
-    }
-    if (std::fabs(r) <= qv::internal::kStepSeamTolerance) folded = toFirst ? first : last;
-    return folded;
-  };
-  const double from_folded = fold(from, true);
-  const double to_folded = fold(to, false);
-  const double cf = std::floor((from - first) / period);
-  const double ct = std::ceil((to - first) / period) - 1.0;
-  if (!(cf < ct)) {
-    fn(from_folded, to_folded);
-  } else if (to - from > period) {
-    fn(first, last);
-  } else {
-    fn(first, to_folded);
-    fn(from_folded, last);
-  }
+  const bool cycles = body.m_extrapolation == 3 || (offsetCycleToo && body.m_extrapolation == 4);
+  qv::internal::for_each_cycle_range(body.m_keys, cycles, from, to, fn);
 }
 
 // Of a run of equal values only the first key stays; a key with a lock always stays, and so does
@@ -1596,16 +1486,10 @@ QvULong QvSteppedFCurveOps<Curve>::ReadFromBufferBody(Curve& self, const void* d
       }
       k.flags = legacy ? in.U8() : in.U16();
     }
-    const QvULong block = in.U32();
-    if (!in.Ok()) return 0;
-    if (block != 0) {
-      if (block < 5 || !in.Need(block)) return 0;
-      const unsigned char* start = in.At();
-      const QvULong block_version = get_u32(start);
-      if (block_version < 256 || block_version == 0xFFFFFFFFu) return 0;
-      if (start[4] == 1 && scratch.ReadUserDataFromBufferBody(start) == 0) return 0;
-      in.Skip(block);
-    }
+    if (!in.UserDataBlock([&scratch](const unsigned char* start) {
+          return scratch.ReadUserDataFromBufferBody(start);
+        }))
+      return 0;
     if (!in.Ok()) return 0;
     typename Curve::LockGuard guard(self);
     std::swap(self.m_impl, scratch.m_impl);

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-using qv::internal::kRawKeyTolerance;
-using qv::internal::kRawSeamTolerance;
-using qv::internal::kRawSnapTolerance;
 using qv::internal::RawLocation;
 using qv::internal::RawSelection;
 
@@ -39,114 +36,17 @@ QvRawFCurveImpl& QvRawFCurveImpl::operator=(const QvRawFCurveImpl& other) {
   return *this;
 }
 
-// Consecutive evaluations at rising parameters mostly land in the cursor's interval or next to
-// it, so a long curve first tries the few intervals around the cursor before it bisects.
 RawLocation QvRawFCurveImpl::LocateKey(double t) const {
-  const QvULong n = NumKeys();
-  const Key* k = m_keys.data();
-  if (t <= k[0].parameter) {
-    m_cursor = 0;
-    const bool exact = std::fabs(t - k[0].parameter) <= kRawKeyTolerance;
-    return RawLocation{exact ? 1u : 0u, exact};
-  }
-  if (t >= k[n - 1].parameter) {
-    m_cursor = n - 1;
-    return RawLocation{n, std::fabs(t - k[n - 1].parameter) <= kRawKeyTolerance};
-  }
-  if (m_cursor > n - 1) m_cursor = n - 1;
-  const QvULong cursor = m_cursor;
-  const QvULong lo = cursor >= 2 ? cursor - 2 : 0;
-  const QvULong hi = std::min(cursor + 2, n - 1);
-
-  if (n - 1 >= 11 && t >= k[lo].parameter && t <= k[hi].parameter) {
-    const long long tries[4] = {static_cast<long long>(cursor), static_cast<long long>(hi) - 1,
-                                static_cast<long long>(lo), static_cast<long long>(cursor) - 1};
-    for (long long i : tries) {
-      if (i < 0 || i + 1 > static_cast<long long>(n - 1)) continue;
-      const QvULong a = static_cast<QvULong>(i);
-      if (t >= k[a].parameter && t < k[a + 1].parameter) {
-        m_cursor = a;
-        return RawLocation{a + 1, std::fabs(t - k[a].parameter) <= kRawKeyTolerance};
-      }
-    }
-    if (std::fabs(t - k[hi].parameter) <= kRawKeyTolerance) {
-      m_cursor = hi;
-      return RawLocation{hi + 1, true};
-    }
-  }
-
-  QvULong a;
-  QvULong b;
-  if (t > k[lo].parameter) {
-    a = t > k[hi].parameter ? hi : lo;
-    b = n - 1;
-  } else {
-    a = 0;
-    b = lo;
-  }
-  while (b - a > 1) {
-    const QvULong mid = (a + b) / 2;
-    if (t > k[mid].parameter) {
-      a = mid;
-    } else if (t < k[mid].parameter) {
-      b = mid;
-    } else {
-      m_cursor = mid;
-      return RawLocation{mid + 1, true};
-    }
-  }
-  // The lower start [0, lo] may end on a key equal to t at its upper end.
-  if (t == k[b].parameter) {
-    m_cursor = b;
-    return RawLocation{b + 1, true};
-  }
-  m_cursor = a;
-  return RawLocation{a + 1, false};
+  return qv::internal::locate_key(m_keys, m_cursor, t);
 }
 
 bool QvRawFCurveImpl::FindKeyNear(double t, double tolerance, QvULong& index) const {
-  const QvULong n = NumKeys();
-  if (n == 0) return false;
-  const RawLocation loc = LocateKey(t - tolerance);
-  const QvULong candidate = loc.exact ? loc.position - 1 : loc.position;
-  if (candidate >= n) return false;
-  const double top = t + tolerance;
-  if (m_keys[candidate].parameter > top) return false;
-  QvULong best = candidate;
-  double best_distance = std::fabs(t - m_keys[candidate].parameter);
-  QvULong i = candidate;
-  while (std::fabs(m_keys[i].parameter - top) > kRawKeyTolerance && i + 1 < n &&
-         m_keys[i + 1].parameter <= top) {
-    ++i;
-    const double d = std::fabs(t - m_keys[i].parameter);
-    if (d < best_distance) {
-      best = i;
-      best_distance = d;
-    }
-  }
-  index = best;
-  return true;
+  return qv::internal::find_key_near(m_keys, m_cursor, t, tolerance, index);
 }
 
 RawSelection QvRawFCurveImpl::Select(double from, double to, QvLong openFrom,
                                      QvLong openTo) const {
-  const QvULong n = NumKeys();
-  if (n == 0) return RawSelection{0, 0};
-  const bool same = std::fabs(from - to) <= kRawKeyTolerance;
-  if (same && openFrom != 0 && openTo != 0) return RawSelection{0, 0};
-  const RawLocation loc = LocateKey(from);
-  QvULong first = loc.exact ? loc.position - 1 : loc.position;
-  if (loc.exact && openFrom != 0 && (!same || (openFrom != 0) == (openTo != 0))) ++first;
-  QvULong end = first;
-  while (end < n) {
-    const double p = m_keys[end].parameter;
-    const bool at_to = std::fabs(p - to) <= kRawKeyTolerance;
-    if (p > to && !at_to) break;
-    if (at_to && openTo != 0) break;
-    ++end;
-  }
-  if (first >= end) return RawSelection{first, 0};
-  return RawSelection{first, end - first};
+  return qv::internal::select_keys(m_keys, m_cursor, from, to, openFrom, openTo);
 }
 
 double QvRawFCurveImpl::Interpolate(QvULong a, QvULong b, double t) const {
@@ -166,37 +66,19 @@ double QvRawFCurveImpl::EvalHold(double t) const {
 }
 
 double QvRawFCurveImpl::Fold(double t) const {
-  const QvULong n = NumKeys();
-  if (!IsCycling() || n < 2) return t;
-  const double first = m_keys[0].parameter;
-  const double last = m_keys[n - 1].parameter;
-  double folded = t;
-  if (t > last) {
-    folded = std::clamp(std::fmod(t - first, last - first) + first, first, last);
-  } else if (t < first) {
-    folded = std::clamp(last - std::fmod(first - t, last - first), first, last);
-  }
+  if (!IsCycling() || NumKeys() < 2) return t;
+  const double first = m_keys.front().parameter;
+  double folded = qv::internal::fold_plain_cycle(first, m_keys.back().parameter, t);
   QvULong k;
-  if (FindKeyNear(folded, kRawSnapTolerance, k)) folded = m_keys[k].parameter;
+  if (FindKeyNear(folded, qv::internal::kKeySnapTolerance, k)) folded = m_keys[k].parameter;
   return folded;
 }
 
 double QvRawFCurveImpl::FoldOffset(double t, double& cycles) const {
-  const QvULong n = NumKeys();
-  const double first = m_keys[0].parameter;
-  const double last = m_keys[n - 1].parameter;
-  const double period = last - first;
-  const double x = (t - first) / period;
-  double folded;
-  if (t > first) {
-    const double r = period * (x - std::floor(x));
-    folded = std::fabs(r) <= kRawSeamTolerance ? last : std::clamp(r + first, first, last);
-  } else {
-    const double r = period * (std::ceil(x) - x);
-    folded = std::fabs(r) <= kRawSeamTolerance ? last : std::clamp(last - r, first, last);
-  }
-  cycles = std::trunc(std::ceil(x) - 1.0);
-  return folded;
+  const double first = m_keys.front().parameter;
+  const double last = m_keys.back().parameter;
+  cycles = std::trunc(std::ceil((t - first) / (last - first)) - 1.0);
+  return qv::internal::fold_offset_cycle(first, last, t, last);
 }
 
 double QvRawFCurveImpl::Eval(double t) const {
@@ -252,9 +134,7 @@ void QvRawFCurveImpl::Erase(QvULong first, QvULong count) {
 }
 
 bool QvRawFCurveImpl::StrictlyRising() const {
-  for (std::size_t i = 1; i < m_keys.size(); ++i)
-    if (!(m_keys[i].parameter > m_keys[i - 1].parameter)) return false;
-  return true;
+  return qv::internal::keys_strictly_rising(m_keys);
 }
 
 int QvRawFCurveImpl::Monotonic() const {

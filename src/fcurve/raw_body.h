@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "fcurve/key_array.h"
+
 namespace qv::internal {
 
 struct RawKey {
@@ -15,23 +17,10 @@ struct RawKey {
   double value;
 };
 
-// Result of a key search. `position` is the index of the first key after the parameter, or, when
-// `exact`, the index of the key at the parameter plus one: key position - 1 is always the last
-// key at or before the parameter, and 0 means before the first key.
-struct RawLocation {
-  QvULong position;
-  bool exact;
-};
+using RawLocation = KeyLocation;
+using RawSelection = KeySelection;
 
-// A run of keys chosen by an interval: `count` keys from `first`.
-struct RawSelection {
-  QvULong first;
-  QvULong count;
-};
-
-constexpr double kRawKeyTolerance = 1e-15;   // parameters of keys compare this close
-constexpr double kRawSnapTolerance = 1e-12;  // a folded parameter snaps onto a key this close
-constexpr double kRawSeamTolerance = 1e-9;   // a cycle remainder this small is a seam
+constexpr double kRawKeyTolerance = kKeySearchTolerance;
 
 }  // namespace qv::internal
 

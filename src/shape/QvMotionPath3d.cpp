@@ -262,6 +262,13 @@ QvLong QvMotionPath3d::GetControlPointKind(QvULong i, QvLong& kind) const {
   return 1;
 }
 
+QvLong QvMotionPath3d::GetControlPointKind(QvULong i, QvULong& kind) const {
+  PointKind k;
+  if (!GetControlPointKind(i, k)) return 0;
+  kind = static_cast<QvULong>(k);
+  return 1;
+}
+
 QvLong QvMotionPath3d::GetClosestControlPointIndex(const QvPoint3<double>& point,
                                                    double tolerance, QvULong& index) const {
   QvCriticalSectionGuard guard(m_lock);
@@ -314,6 +321,13 @@ QvLong QvMotionPath3d::GetLeftTangentInfo(QvULong i, QvLong& info) const {
   return 1;
 }
 
+QvLong QvMotionPath3d::GetLeftTangentInfo(QvULong i, QvULong& info) const {
+  TangentInfo k;
+  if (!GetLeftTangentInfo(i, k)) return 0;
+  info = static_cast<QvULong>(k);
+  return 1;
+}
+
 QvLong QvMotionPath3d::SetLeftTangentInfo(QvULong i, QvULong info) {
   QvCriticalSectionGuard guard(m_lock);
   if (i >= m_body->NumPoints() || info >= 5) return 0;
@@ -332,6 +346,13 @@ QvLong QvMotionPath3d::GetRightTangentInfo(QvULong i, QvLong& info) const {
   TangentInfo k;
   if (!GetRightTangentInfo(i, k)) return 0;
   info = k;
+  return 1;
+}
+
+QvLong QvMotionPath3d::GetRightTangentInfo(QvULong i, QvULong& info) const {
+  TangentInfo k;
+  if (!GetRightTangentInfo(i, k)) return 0;
+  info = static_cast<QvULong>(k);
   return 1;
 }
 
@@ -491,6 +512,10 @@ QvULong QvMotionPath3d::ReadFromBufferBody(const void* body_bytes) {
 }
 
 QvMotionPath3d* QvMotionPath3d::CreateFromBufferBody(const void* body, QvULong& bytesRead) {
+  return QvMotionPath3d_CreateFromBufferBody(body, bytesRead);
+}
+
+QvMotionPath3d* CreateFromBufferBody(const void* body, QvULong& bytesRead) {
   return QvMotionPath3d_CreateFromBufferBody(body, bytesRead);
 }
 

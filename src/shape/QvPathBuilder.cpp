@@ -61,23 +61,9 @@ void QvBasePathBuilder::SmoothTrailingInputs() {
 // Only the segments added since index n are flattened: the part of the path before them was
 // sampled by an earlier call, and the carry continues the spacing from there.
 void QvBasePathBuilder::SampleNewPathPart(QvULong n, QvLong flush, QvPoint2fArray& scratch) {
-  scratch.Chop(0);
-  const QvULong count = m_path->NumPoints();
-  if (count == 0) return;
-  QvULong start = (n == m_firstPathIndex || n == 0) ? n : n - 1;
-  if (start >= count) start = count - 1;
-  scratch.Add(m_path->GetPoint(start));
   QvBezierTool tool;
-  const double tolerance = m_gc.GetFlatteningTolerance();
-  QvPoint2<float> block[9];
-  QvULong at = start;
-  while (at + 1 < count) {
-    const QvULong degree = m_path->GetDegree(at + 1);
-    if (degree == 0 || at + degree >= count || degree > 8) break;
-    m_path->GetPoints(at, at + degree, block);
-    tool.Flatten(block, 0, degree, tolerance, &scratch, 1);
-    at += degree;
-  }
+  qi::flatten_path_from(*m_path, n, m_firstPathIndex, m_gc.GetFlatteningTolerance(), tool, scratch);
+  if (scratch.size == 0) return;
   if (m_wantFirstSample) {
     m_trailing.Add(scratch.data[0]);
     m_wantFirstSample = 0;
@@ -98,39 +84,10 @@ void QvLinearPathBuilder::Reset() {
   m_hasPending = 0;
 }
 
-// A run of points along one line keeps only its ends: the newest point waits as pending, and
-// moves forward while the stroke stays within half the flattening tolerance of the line and keeps
-// going the same way.
 void QvLinearPathBuilder::AddInputPoint(const QvPoint2<float>& point, QvLong force) {
-  const QvPoint2<float> p = MapInput(point);
-  if (force != 0 || m_inputs.size == 0) {
-    m_inputs.Add(p);
-    return;
-  }
-  const double smallest = m_gc.GetSmallestFeatureSize();
-  const QvPoint2<float> last = m_inputs.data[m_inputs.size - 1];
-  if (m_hasPending && !qi::within(p, m_pending, smallest)) {
-    const QvPoint2<float> from_last = qi::diff(p, last);
-    const double c = static_cast<double>(from_last.x) * m_direction.y -
-                     static_cast<double>(from_last.y) * m_direction.x;
-    const QvPoint2<float> ahead = qi::diff(p, m_pending);
-    const double d = static_cast<double>(ahead.x) * m_direction.x +
-                     static_cast<double>(ahead.y) * m_direction.y;
-    if (std::fabs(c) < m_gc.GetFlatteningTolerance() * 0.5 && d > 0.0) {
-      m_pending = p;
-      return;
-    }
-    m_inputs.Add(m_pending);
-    m_direction = qi::diff(p, m_pending);
-    m_direction.Normalize();
-    m_pending = p;
-    return;
-  }
-  if (qi::within(p, last, smallest)) return;
-  m_pending = p;
-  m_direction = qi::diff(p, last);
-  m_direction.Normalize();
-  m_hasPending = 1;
+  qi::linear_add_input(m_inputs, nullptr, {m_direction, m_pending, m_hasPending, nullptr, nullptr},
+                       MapInput(point), 0.0, force != 0, m_gc.GetSmallestFeatureSize(),
+                       m_gc.GetFlatteningTolerance(), 0.0);
 }
 
 void QvLinearPathBuilder::CommitPending() {

@@ -24,6 +24,12 @@ constexpr QvULong kRectOvalBodyLength = 28;
 // Control distance of a quarter circle drawn as one cubic.
 constexpr double kQuarterArcKappa = 0.5522847498307935;
 
+// p moved by (dx, dy) in single precision: the corners of a shape given by a
+// corner, a width and a height.
+inline QvPoint2<float> corner_plus(const QvPoint2<float>& p, float dx, float dy) {
+  return QvPoint2<float>(p.x + dx, p.y + dy);
+}
+
 // The fourth corner, cornerB + cornerC - cornerA, in single precision.
 QvPoint2<float> far_corner(const Corners& k);
 // Handle i of 0 .. 8; i must be below 9.

@@ -8,7 +8,6 @@ using qv::internal::angle_distance;
 using qv::internal::kPi;
 using qv::internal::nearest_turn;
 using qv::internal::signed_hint;
-using qv::internal::wrap_to_turn;
 
 QvQuat::QvQuat() : m_w(1.0), m_x(0.0), m_y(0.0), m_z(0.0) {}
 
@@ -171,17 +170,7 @@ void QvQuat::Get(QvPoint3<double>& euler, QvPoint3<double> const& hint) const {
         rz = hz + h;
       }
     }
-    const double alt_x = wrap_to_turn(rx + kPi);
-    const double alt_z = wrap_to_turn(rz + kPi);
-    rx = wrap_to_turn(rx);
-    rz = wrap_to_turn(rz);
-    const double own = angle_distance(rx, hx) + angle_distance(rz, hz);
-    const double alt = angle_distance(alt_x, hx) + angle_distance(alt_z, hz);
-    if (!(alt > own)) {
-      rx = alt_x;
-      rz = alt_z;
-    }
-    ry = angle_distance(ry1, hy) < angle_distance(ry2, hy) ? ry1 : ry2;
+    qv::internal::settle_gimbal_lock(rx, ry, rz, ry1, ry2, hx, hy, hz);
   }
 
   euler.x = nearest_turn(rx, hint_x);

@@ -14,7 +14,6 @@ using qv::internal::kPi;
 using qv::internal::kRadToDeg;
 using qv::internal::nearest_turn;
 using qv::internal::signed_hint;
-using qv::internal::wrap_to_turn;
 
 namespace {
 
@@ -78,17 +77,7 @@ void QvTransfo4::ExtractXYZRotationAngles(QvPoint3<double>& angles) const {
       rz = hz + h;
       rx = hx + h;
     }
-    const double alt_x = wrap_to_turn(rx + kPi);
-    const double alt_z = wrap_to_turn(rz + kPi);
-    rx = wrap_to_turn(rx);
-    rz = wrap_to_turn(rz);
-    const double own = angle_distance(rx, hx) + angle_distance(rz, hz);
-    const double alt = angle_distance(alt_x, hx) + angle_distance(alt_z, hz);
-    if (!(alt > own)) {
-      rx = alt_x;
-      rz = alt_z;
-    }
-    ry = angle_distance(ry2, hy) > angle_distance(ry1, hy) ? ry1 : ry2;
+    qv::internal::settle_gimbal_lock(rx, ry, rz, ry1, ry2, hx, hy, hz);
   }
 
   angles.x = nearest_turn(rx, hint_x);

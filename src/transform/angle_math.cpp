@@ -52,6 +52,21 @@ double nearest_turn(double angle, double hint) {
   return angle + std::floor((kPi + hint - angle) / kTwoPi) * kTwoPi;
 }
 
+void settle_gimbal_lock(double& rx, double& ry, double& rz, double ry1, double ry2, double hx,
+                        double hy, double hz) {
+  const double alt_x = wrap_to_turn(rx + kPi);
+  const double alt_z = wrap_to_turn(rz + kPi);
+  rx = wrap_to_turn(rx);
+  rz = wrap_to_turn(rz);
+  const double own = angle_distance(rx, hx) + angle_distance(rz, hz);
+  const double alt = angle_distance(alt_x, hx) + angle_distance(alt_z, hz);
+  if (!(alt > own)) {
+    rx = alt_x;
+    rz = alt_z;
+  }
+  ry = angle_distance(ry1, hy) < angle_distance(ry2, hy) ? ry1 : ry2;
+}
+
 double heading_of(double c, double s) {
   c = clamp_unit(c);
   s = clamp_unit(s);

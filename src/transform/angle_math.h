@@ -35,6 +35,13 @@ double angle_distance(double a, double b);
 // Moves `angle` by whole turns to within half a turn of `hint`.
 double nearest_turn(double angle, double hint);
 
+// The gimbal-lock tail of the Euler extractions. Only rx - rz or rx + rz is fixed there, and
+// turning both by half a turn keeps the rotation: of (rx, rz) and (rx + pi, rz + pi), each wrapped
+// into a turn, the pair nearer to the hints (hx, hz) is kept, the turned one on a tie. Of the two
+// y angles the one nearer to hy becomes ry, ry2 on a tie.
+void settle_gimbal_lock(double& rx, double& ry, double& rz, double ry1, double ry2, double hx,
+                        double hy, double hz);
+
 // Direction of a unit vector (c, s), in [0, 2pi): the arcsine when |c| exceeds 1/sqrt(2),
 // the arccosine otherwise.
 double heading_of(double c, double s);

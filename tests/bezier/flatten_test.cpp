@@ -128,7 +128,6 @@ TEST(BezierFlatten, TrivialDegreesAndBadInput) {
   EXPECT_EQ(3.0f, out[1].x);
   EXPECT_EQ(5.0f, out[2].x);
   EXPECT_EQ(2u, tool.FlatPolylineSizeUpperBound(p, 0, 1, 0.1));
-  EXPECT_EQ(8u, QvBezierTool::MaxDegreeForThisImplementation());
   const QvPoint2fArray source(p, 3);
   EXPECT_EQ(0u, tool.Flatten(source, 1, 2, 0.1, &out, 0));  // runs past the array
   EXPECT_EQ(0u, tool.Flatten(p, 0, 9, 0.1, &out, 0));       // beyond the table

@@ -2,6 +2,7 @@
 #include <qv/QvPath2f.h>
 #include <qv/QvPathBuilder.h>
 
+#include "builder_support.h"
 #include "shape/builder_geometry.h"
 
 #include <gtest/gtest.h>
@@ -12,18 +13,10 @@
 
 namespace {
 
-using P = QvPoint2<float>;
+using builder_test::make_gc;
+using builder_test::P;
+using builder_test::points_of;
 namespace qi = qv::internal;
-
-QvGC make_gc(double spacing, double smallest = 0.01, double tolerance = 0.1) {
-  QvGC gc;
-  gc.SetSamplingDistance(spacing);
-  gc.SetSmallestFeatureSize(smallest);
-  gc.SetFlatteningTolerance(tolerance);
-  return gc;
-}
-
-std::vector<P> points_of(const QvPoint2fArray& a) { return std::vector<P>(a.data, a.data + a.size); }
 
 TEST(SampleWalker, SpacingCarriesAcrossCallsAndFlushNeedsATenth) {
   // Two stretches of 7 with spacing 10: one sample, three into the second stretch, 4 carried.
@@ -48,6 +41,38 @@ TEST(SampleWalker, SpacingCarriesAcrossCallsAndFlushNeedsATenth) {
     qi::walk_samples(stretch, 0, 1, 10.0, c, flushed, true);
     EXPECT_EQ(row.samples, flushed.size);
     EXPECT_EQ(row.samples ? 0.0 : static_cast<double>(row.tail), c);
+  }
+}
+
+TEST(SampleWalker, ReportsPositionsAndRefusesWhatItCannotSample) {
+  // Positions are arc lengths from the first point: a carry of 4 puts the first sample at 6.
+  QvPoint2fArray out(4);
+  QvDoubleArray positions(4);
+  double carry = 4.0;
+  const P bent[] = {P(0, 0), P(20, 0), P(20, 10)};
+  EXPECT_EQ(30.0, qi::walk_samples(bent, 0, 2, 10.0, carry, out, true, &positions));
+  ASSERT_EQ(4u, positions.size);
+  const double want[] = {6.0, 16.0, 26.0, 30.0};  // the last from the flush
+  for (QvULong k = 0; k < 4; ++k) EXPECT_EQ(want[k], positions.data[k]);
+  EXPECT_EQ(20.0f, out.data[2].x);
+  EXPECT_EQ(6.0f, out.data[2].y);
+
+  // Too many samples for one walk, or no finite length: nothing placed, carry back to 0.
+  const float nan = std::nanf("");
+  struct Row { const char* name; P far; double spacing; } rows[] = {
+      {"huge", P(1e30f, 0), 1.0},
+      {"nan", P(nan, 0), 1.0},
+      {"infinite", P(INFINITY, 0), 1.0},
+      {"spacing far below the coordinates", P(1e7f, 0), 1e-3},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    QvPoint2fArray none(4);
+    double c = 3.0;
+    const P line[] = {P(0, 0), row.far};
+    qi::walk_samples(line, 0, 1, row.spacing, c, none, false);
+    EXPECT_EQ(0u, none.size);
+    EXPECT_EQ(0.0, c);
   }
 }
 

@@ -123,15 +123,7 @@ TEST(SteppedCurveEval, OffsetCycleRepeatsWithoutAccumulating) {
   EXPECT_EQ(0.0, steps.Eval(4.0, 0));
   EXPECT_EQ(0.0, steps.Eval(4.0 + 5e-10, 0));  // the seam snap of the offset fold
   EXPECT_EQ(3.0, steps.Eval(-0.5, 0));
-
-  QvBooleanFCurve flag(0.0);
-  flag.CreateKey(0.0, 0.0);
-  flag.CreateKey(1.0, 1.0);
-  flag.CreateKey(2.0, 1.0);
-  ASSERT_EQ(1, flag.SetExtrapolationMethod(QvBaseFCurve::ExtrapolationCycleOffset));
-  for (double t = -10.25; t < 10.0; t += 0.5)
-    EXPECT_EQ(std::fmod(t + 20.0, 2.0) < 1.0 ? 0.0 : 1.0, flag.Eval(t, 0)) << t;
-  EXPECT_EQ(0.75, flag.FoldParameter(-1.25));
+  EXPECT_EQ(1.25, steps.FoldParameter(-0.75));
 }
 
 TEST(SteppedCurveEval, LinearMethodIsRefusedButReadBodiesMayHoldIt) {

@@ -8,25 +8,11 @@
 #include <random>
 #include <vector>
 
-namespace {
+#include "curvekinds/kinds_support.h"
 
 using C = QvBaseFCurve;
-
-std::vector<double> parameters_of(const QvBaseFCurve& c) {
-  QvDoubleArray p;
-  c.GetAllKeyParameters(p);
-  return std::vector<double>(p.data, p.data + p.size);
-}
-
-QvIntegerFCurve integers(std::initializer_list<double> values, double before) {
-  QvIntegerFCurve c(0.0);
-  double t = 0.0;
-  for (double v : values) c.CreateKey(t++, v);
-  c.SetKeyValue(0.0, C::KeySideLeft, before, 0.0);
-  return c;
-}
-
-}  // namespace
+using qv::test::integers;
+using qv::test::parameters_of;
 
 // The searches against a linear scan of the same keys, on long curves where the cursor's
 // neighbourhood is tried before bisection.

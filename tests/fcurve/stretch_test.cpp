@@ -228,6 +228,31 @@ TEST(StdFCurveStretch, ReduceKeepsKeysOffTheLine) {
   EXPECT_EQ(0, steps.ReduceNumKeys(0.0, 5.0, 1.0));
 }
 
+// A dense cubic run comes down to a few keys that stay within the tolerance of the dense curve,
+// measured by evaluating both between the keys; a value-locked key splits the run and stays.
+TEST(StdFCurveStretch, ReduceThinsCubicRuns) {
+  const double tolerance = 1e-3;
+  QvPoint2dArray points;
+  for (int i = 0; i <= 240; ++i) points.Add(i * 0.025, std::cos(i * 0.025) * std::exp(i * 0.005));
+  const QvStdFCurve dense(points, QvStdFCurve::DPCatmullRom, 0.0, Base::FSBezierCubic,
+                          Base::FSBezierCubic);
+  ASSERT_EQ(241u, dense.GetNumKeys());
+  QvStdFCurve reduced(dense);
+  const QvULong left = reduced.ReduceNumKeys(tolerance);
+  EXPECT_LT(left, 30u);
+  EXPECT_GE(left, 3u);
+  EXPECT_TRUE(reduced.GetImpl()->IsValid());
+  double worst = 0.0;
+  for (double x = 0.0; x <= 6.0; x += 0.0031)
+    worst = std::max(worst, std::fabs(dense.Eval(x, 0) - reduced.Eval(x, 0)));
+  EXPECT_LE(worst, tolerance * 1.05);  // the fit holds at the keys, and barely less between them
+
+  QvStdFCurve locked(dense);
+  locked.GetImpl()->Key(120).flags |= 0x0002;
+  EXPECT_GT(locked.ReduceNumKeys(tolerance), left);
+  EXPECT_EQ(1, locked.IsKeyParameter(3.0, 0.0));
+}
+
 TEST(StdFCurveStretch, ScaleAndOffsetASelection) {
   auto make = [] {
     QvStdFCurve curve;

@@ -1,6 +1,8 @@
 #include "curve_builder.h"
 #include "support/byte_buffer.h"
 
+#include <qv/QvSpline.h>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -165,13 +167,6 @@ TEST(StdFCurveWhole, ConstructionFromPoints) {
     // Smooth through the interior points.
     for (QvULong i = 1; i < 5; ++i) EXPECT_TRUE(curve.GetImpl()->TangentsContinuous(i)) << i;
   }
-  // Straight input gives straight output.
-  QvPoint2dArray line;
-  for (double x : {0.0, 1.0, 3.0, 4.0}) line.Add(x, 2.0 * x + 1.0);
-  for (auto method : {QvStdFCurve::DPCatmullRom, QvStdFCurve::DPNaturalSpline}) {
-    QvStdFCurve curve(line, method, 0.0, Base::FSBezierCubic, Base::FSBezierCubic);
-    for (double x = 0.0; x <= 4.0; x += 0.1) EXPECT_NEAR(2.0 * x + 1.0, curve.Eval(x, 0), 1e-9);
-  }
 }
 
 TEST(StdFCurveWhole, LinearReducedKeepsCorners) {
@@ -190,6 +185,59 @@ TEST(StdFCurveWhole, LinearReducedKeepsCorners) {
                   Base::FSLinear, Base::FSLinear);
   EXPECT_EQ(1u, one.GetNumKeys());
   EXPECT_EQ(5.0, one.Eval(-3.0, 0));
+}
+
+// The fitted curve is the Hermite spline of the same points: same keys, same values between them,
+// every point within the tolerance, and continuity locked at the smooth interior keys.
+TEST(StdFCurveWhole, SplineFitFollowsTheSpline) {
+  const double tolerance = 1e-3;
+  QvPoint2dArray points;
+  QvDoubleArray xs;
+  QvDoubleArray ys;
+  for (int i = 0; i <= 200; ++i) {
+    const double x = i * 0.0314;
+    points.Add(x, std::sin(x) + 0.3 * x);
+    xs.Add(x);
+    ys.Add(std::sin(x) + 0.3 * x);
+  }
+  QvSpline1d spline;
+  ASSERT_EQ(1, spline.OpenFit(xs, ys, tolerance, QvSpline::KindHermite));
+  QvStdFCurve curve(points, QvStdFCurve::DPSplineFit, tolerance, Base::FSConstant, Base::FSLinear);
+  ASSERT_EQ(spline.GetNumKeys(), curve.GetNumKeys());
+  EXPECT_LT(curve.GetNumKeys(), 40u);
+  EXPECT_TRUE(curve.GetImpl()->IsValid());
+  QvDoubleArray keys;
+  curve.GetAllKeyParameters(keys);
+  for (QvULong i = 0; i < keys.GetSize(); ++i) EXPECT_EQ(spline.GetKeyParameters()[i], keys[i]);
+  for (QvULong i = 0; i < points.GetSize(); ++i)
+    EXPECT_LE(std::fabs(curve.Eval(points[i].x, 0) - points[i].y), tolerance) << i;
+  for (double x = 0.0; x <= 6.28; x += 0.00517) {
+    double want = 0.0;
+    ASSERT_EQ(1, spline.Eval(want, x));
+    EXPECT_NEAR(want, curve.Eval(x, 0), 1e-9) << x;
+  }
+  for (QvULong i = 0; i < curve.GetNumKeys(); ++i)
+    EXPECT_EQ(1, curve.GetConstraintAtIndex(i, Base::KCTangentContinuity)) << i;
+  Base::FSKind kind;
+  ASSERT_EQ(1, curve.GetSegmentKindAtIndex(curve.GetNumKeys() - 1, Base::KeySideRight, kind));
+  EXPECT_EQ(Base::FSLinear, kind);
+  EXPECT_EQ(Base::FSConstant, curve.GetFirstSegmentKind());
+
+  // A straight run needs its two ends only; two points give the straight
+  // cubic between them.
+  QvPoint2dArray line;
+  for (int i = 0; i < 9; ++i) line.Add(i * 0.5, 4.0 - 1.5 * i);
+  QvStdFCurve straight(line, QvStdFCurve::DPSplineFit, 1e-12, Base::FSBezierCubic,
+                       Base::FSBezierCubic);
+  EXPECT_EQ(2u, straight.GetNumKeys());
+  QvStdFCurve two(QvPoint2dArray(line.data, 2), QvStdFCurve::DPSplineFit, 0.0,
+                  Base::FSBezierCubic, Base::FSBezierCubic);
+  ASSERT_EQ(2u, two.GetNumKeys());
+  QvPoint2<double> handle;
+  ASSERT_EQ(1, two.GetActualKeyTgtHandle(0.0, Base::KeySideRight, handle, 0.0));
+  EXPECT_DOUBLE_EQ(0.5 / 3.0, handle.x);
+  EXPECT_DOUBLE_EQ(-0.5, handle.y);  // relative to the key: a third of the drop
+  for (double x : {0.1, 0.25, 0.4}) EXPECT_NEAR(4.0 - 3.0 * x, two.Eval(x, 0), 1e-12);
 }
 
 TEST(StdFCurveWhole, SmoothSequence) {

@@ -56,7 +56,7 @@ TEST(CreateKey, AppendAndPrependPlaceHandlesAtThirds) {
   EXPECT_TRUE(qv::test::every_segment_valid(c));
 }
 
-TEST(CreateKey, OnAnExistingKeyMovesValuesAndHandlesUnlessLocked) {
+TEST(CreateKey, OnAnExistingKeyMovesValuesAndHandles) {
   QvStdFCurve c(0.0, QvBaseFCurve::FSBezierCubic);
   ASSERT_EQ(1, c.CreateKey(0.0, 0.0));
   ASSERT_EQ(1, c.CreateKey(3.0, 3.0));
@@ -64,13 +64,6 @@ TEST(CreateKey, OnAnExistingKeyMovesValuesAndHandlesUnlessLocked) {
   EXPECT_EQ(2u, c.GetNumKeys());
   expect_point(P(2, 7), key(c, 1).leftHandle);
   expect_point(P(4, 7), key(c, 1).rightHandle);
-
-  double p = 3.0;
-  ASSERT_EQ(1, c.SetConstraint(p, QvBaseFCurve::KCValueLocked, 1, 0.0));
-  const qv::test::CurveState before = qv::test::state_of(c);
-  EXPECT_EQ(0, c.CreateKey(3.0, 8.0));
-  EXPECT_EQ(0, c.CreateKey(3.0, 7.0));
-  EXPECT_TRUE(before == qv::test::state_of(c));
 }
 
 TEST(CreateKey, DefaultTangentConstraintKeepsOnlyTheSlope) {

@@ -393,8 +393,6 @@ TEST(Constraints, BitsOfTheKeyLockAndTheLinearAliases) {
   QvLong on = 0;
   ASSERT_EQ(1, c.GetConstraint(p, C::KCValueLocked, on, 0.0));
   EXPECT_EQ(1, on);
-  ASSERT_EQ(1, c.GetConstraint(p, static_cast<C::KeyConstraint>(3), on, 0.0));
-  EXPECT_EQ(0, on);  // only single constraints can be asked for
   ASSERT_EQ(1, c.SetConstraintAtIndex(2, C::KCTangentLinearAlternate, 1));
   EXPECT_EQ(1, c.GetConstraintAtIndex(2, C::KCTangentLinear));
 }

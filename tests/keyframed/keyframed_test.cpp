@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/byte_buffer.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <limits>
@@ -29,11 +31,8 @@ QvPath2fProp1d square(float x, float y, float s) {
   return path;
 }
 
-template <class T> Bytes bytes_of(const T& object) {
-  Bytes out(object.GetBufferSize());
-  EXPECT_EQ(object.WriteToBuffer(out.data()), out.size());
-  return out;
-}
+using qv::test::bytes_of;
+using qv::test::u32_at;
 
 std::vector<double> parameters(const QvMipPath2fProp1d& list) {
   QvDoubleArray all;
@@ -203,14 +202,10 @@ TEST(Keyframed, BufferLayoutAndRoundTrip) {
   QvULong expected = 12;
   for (int i = 0; i < 3; ++i) expected += 8 + square(0, 0, 1).GetBufferSize();
   ASSERT_EQ(buffer.size(), expected);
-  const auto u32 = [&](std::size_t at) {
-    return static_cast<QvULong>(buffer[at] | buffer[at + 1] << 8 | buffer[at + 2] << 16 |
-                                static_cast<QvULong>(buffer[at + 3]) << 24);
-  };
-  EXPECT_EQ(u32(0), expected - 4);
-  EXPECT_EQ(u32(4), 256u);
-  EXPECT_EQ(u32(8), 3u);
-  EXPECT_EQ(u32(20 + square(0, 0, 1).GetBufferSize() + 4), 0x3FF00000u);  // key 1 at 1.0
+  EXPECT_EQ(u32_at(buffer, 0), expected - 4);
+  EXPECT_EQ(u32_at(buffer, 4), 256u);
+  EXPECT_EQ(u32_at(buffer, 8), 3u);
+  EXPECT_EQ(u32_at(buffer, 20 + square(0, 0, 1).GetBufferSize() + 4), 0x3FF00000u);  // key 1 at 1.0
 
   QvMipPath2fProp1d back;
   EXPECT_EQ(back.ReadFromBufferBody(buffer.data() + 4), expected - 4);
@@ -227,11 +222,7 @@ TEST(Keyframed, MalformedBuffersAreRefused) {
   const Bytes before = bytes_of(ladder(1));
   for (std::size_t len = 4; len < good.size() - 4; ++len) {
     SCOPED_TRACE(len);
-    // A copy cut short, with its length word saying so.
-    Bytes cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(len + 4));
-    cut[0] = static_cast<unsigned char>(len);
-    cut[1] = static_cast<unsigned char>(len >> 8);
-    cut[2] = cut[3] = 0;
+    const Bytes cut = qv::test::truncated(good, len);
     QvMipPath2fProp1d target = ladder(1);
     EXPECT_EQ(target.ReadFromBufferBody(cut.data() + 4), 0u);
     EXPECT_EQ(bytes_of(target), before);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
 #include <cmath>
 #include <vector>
 
@@ -19,14 +21,7 @@ QvGC context(double step) {
   return gc;
 }
 
-QvPath2fProp1d polylines(const std::vector<std::vector<P>>& runs) {
-  QvPath2fProp1d path;
-  for (const auto& run : runs) {
-    path.Moveto(run[0]);
-    for (std::size_t k = 1; k < run.size(); ++k) path.Lineto(run[k]);
-  }
-  return path;
-}
+using qv::test::polylines;
 
 // A circle about the origin from (r, 0), counter-clockwise, in `arcs` cubics.
 QvPath2fProp1d circle(float r, int arcs) {

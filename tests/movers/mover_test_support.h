@@ -4,7 +4,8 @@
 #include <qv/QvFCurveMovers.h>
 
 #include <initializer_list>
-#include <vector>
+
+#include "support/byte_buffer.h"
 
 namespace qv::test {
 
@@ -17,11 +18,8 @@ inline QvDoubleArray array_of(std::initializer_list<double> values) {
   return a;
 }
 
-inline std::vector<unsigned char> bytes_of(const QvBaseFCurve& c) {
-  std::vector<unsigned char> out(c.GetBufferSize());
-  c.WriteToBuffer(out.data());
-  return out;
-}
+// The whole stored form of a curve, to compare a curve with itself before and after.
+using qv::test::bytes_of;
 
 inline Box unbounded() {
   Box b;

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/byte_buffer.h"
+#include "support/shapes.h"
+
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -13,7 +16,7 @@ namespace {
 
 using Segment = std::vector<QvPoint2<float>>;  // handles, then the end node
 
-QvPoint2<float> P(double x, double y) { return {static_cast<float>(x), static_cast<float>(y)}; }
+using qv::test::P;
 
 class Probe : public QvPath2f {  // the protected side, for the tests
  public:
@@ -29,12 +32,6 @@ class Probe : public QvPath2f {  // the protected side, for the tests
     return x;
   }
 };
-
-std::vector<unsigned char> stored(const QvPath2f& path) {
-  std::vector<unsigned char> bytes(path.GetBufferSize());
-  path.WriteToBuffer(bytes.data());
-  return bytes;
-}
 
 QvULong pick(std::mt19937& rng, QvULong n) { return static_cast<QvULong>(rng() % n); }
 
@@ -139,7 +136,7 @@ TEST(ReplaceSegment, GivesThePathBuiltWithTheNewDegree) {
         pts.insert(pts.end(), segments[target].begin(), segments[target].end());
         ASSERT_EQ(1, path.ReplaceSegment(start + 1 + pick(rng, old_degree), pts.data(), degree));
         build(want, segments, closed);
-        EXPECT_EQ(stored(want), stored(path));
+        EXPECT_EQ(qv::test::bytes_of(want), qv::test::bytes_of(path));
       }
     }
   }
@@ -147,13 +144,13 @@ TEST(ReplaceSegment, GivesThePathBuiltWithTheNewDegree) {
   Probe path;
   build(path, {{P(10, 0)}, {P(10, 10), P(-5, 0), P(0, 0)}}, true);
   ASSERT_EQ(1, path.LockG1(0));
-  const auto before = stored(path);
+  const auto before = qv::test::bytes_of(path);
   const QvPoint2<float> quad[] = {P(0, 0), P(5, 3), P(10, 0)};
   const QvPoint2<float> off[] = {P(2e-7, 0), P(5, 3), P(10, 0)};
   EXPECT_EQ(0, path.ReplaceSegment(1, off, 2));   // start off by more than 1e-7
   EXPECT_EQ(0, path.ReplaceSegment(1, quad, 2));  // a quadratic can't keep a lock
   EXPECT_EQ(0, path.ReplaceSegment(1, quad, 9));
-  EXPECT_EQ(before, stored(path));
+  EXPECT_EQ(before, qv::test::bytes_of(path));
   const QvPoint2<float> cubic[] = {P(1e-7, 0), P(3, 4), P(6, 4), P(10, 0)};
   EXPECT_EQ(1, path.ReplaceSegment(1, cubic, 3));  // over a line the lock is not consulted
   EXPECT_EQ(128, path.IsG1LockOn(0));
@@ -174,13 +171,13 @@ TEST(ReplaceSubpathSection, LineCubicOrSectionOfAnotherPath) {
   build_mixed(path);
   build_shape(arch, false);
   ASSERT_EQ(1, arch.LockG1(3));
-  const auto before = stored(path);
+  const auto before = qv::test::bytes_of(path);
   EXPECT_EQ(0, path.ReplaceSubpathSection(1, 2));  // 2 is a handle
   EXPECT_EQ(0, path.ReplaceSubpathSection(5, 8));  // across two subpaths
   EXPECT_EQ(1, path.ReplaceSubpathSection(4, 5));  // neighbours: nothing to do
   EXPECT_EQ(0, path.ReplaceSubpathSection(1, 6, arch, 1, 6));
   EXPECT_EQ(0, arch.ReplaceSubpathSection(0, 3));  // locked end
-  EXPECT_EQ(before, stored(path));
+  EXPECT_EQ(before, qv::test::bytes_of(path));
 
   Probe line(path), cubic(path), spliced(path), self(path);
   EXPECT_EQ(1, line.ReplaceSubpathSection(1, 6));

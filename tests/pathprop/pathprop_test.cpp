@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
+#include "support/byte_buffer.h"
+
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -14,30 +18,10 @@ namespace {
 using P = QvPoint2<float>;
 using Bytes = std::vector<unsigned char>;
 
-std::uint32_t word(const unsigned char* p) {
-  return std::uint32_t(p[0]) | std::uint32_t(p[1]) << 8 | std::uint32_t(p[2]) << 16 |
-         std::uint32_t(p[3]) << 24;
-}
-void put_word(unsigned char* p, std::uint32_t v) {
-  for (int k = 0; k < 4; ++k) p[k] = static_cast<unsigned char>(v >> (8 * k));
-}
-
-template <class T>
-Bytes written(const T& object) {
-  Bytes out(object.GetBufferSize());
-  EXPECT_EQ(out.size(), object.WriteToBuffer(out.data()));
-  return out;
-}
-
-// Polylines given as runs of points, each run one subpath.
-QvPath2fProp1d polylines(const std::vector<std::vector<P>>& runs) {
-  QvPath2fProp1d path;
-  for (const auto& run : runs) {
-    path.Moveto(run[0]);
-    for (std::size_t k = 1; k < run.size(); ++k) path.Lineto(run[k]);
-  }
-  return path;
-}
+using qv::test::bytes_of;
+using qv::test::polylines;
+using qv::test::put_u32;
+using qv::test::u32_at;
 
 QvRawFCurve ramp(double length, double v0, double v1) { return QvRawFCurve(0.0, v0, length, v1); }
 
@@ -51,16 +35,16 @@ QvPath2fProp1d two_with_curves() {
 
 TEST(PathPropBuffer, LayoutAndRoundTrip) {
   const QvPath2fProp1d path = two_with_curves();
-  const Bytes bytes = written(path);
+  const Bytes bytes = bytes_of(path);
   const QvULong path_size = static_cast<const QvPath2f&>(path).QvPath2f::GetBufferSize();
   ASSERT_EQ(path_size + 12 + ramp(10, 1, 2).GetBufferSize() + 4 + ramp(8, 3, 4).GetBufferSize() + 4,
             bytes.size());
-  EXPECT_EQ(bytes.size() - 4, word(&bytes[0]));
-  EXPECT_EQ(0x01000004u, word(&bytes[4]));
-  EXPECT_EQ(path_size - 4, word(&bytes[8]));
-  EXPECT_EQ(1u, word(&bytes[12]));  // the path keeps its own kind
-  EXPECT_EQ(2u, word(&bytes[8 + path_size]));
-  EXPECT_EQ(0u, word(&bytes[12 + path_size]));  // first key
+  EXPECT_EQ(bytes.size() - 4, u32_at(bytes, 0));
+  EXPECT_EQ(0x01000004u, u32_at(bytes, 4));
+  EXPECT_EQ(path_size - 4, u32_at(bytes, 8));
+  EXPECT_EQ(1u, u32_at(bytes, 12));  // the path keeps its own kind
+  EXPECT_EQ(2u, u32_at(bytes, 8 + path_size));
+  EXPECT_EQ(0u, u32_at(bytes, 12 + path_size));  // first key
 
   QvULong read = 0;
   QvShape2f* shape = QvShape2f_CreateFromBufferBody(bytes.data() + 4, read);
@@ -69,40 +53,38 @@ TEST(PathPropBuffer, LayoutAndRoundTrip) {
   const auto* back = static_cast<QvPath2fProp1d*>(shape->QueryShapeKind(QvShape2f::KindPathProp));
   ASSERT_NE(nullptr, back);
   EXPECT_EQ(nullptr, shape->QueryShapeKind(QvShape2f::KindPath));
-  EXPECT_EQ(bytes, written(*back));
+  EXPECT_EQ(bytes, bytes_of(*back));
   EXPECT_DOUBLE_EQ(8.0, back->GetLargestArcLength(4));
   delete shape;
 
   // No curves: a count of 0, and none after reading.
   QvPath2fProp1d plain(polylines({{P(0, 0), P(1, 1)}}));
-  const Bytes empty = written(plain);
-  EXPECT_EQ(0u, word(&empty[empty.size() - 4]));
+  const Bytes empty = bytes_of(plain);
+  EXPECT_EQ(0u, u32_at(empty, empty.size() - 4));
   QvPath2fProp1d again = two_with_curves();
   ASSERT_EQ(empty.size() - 4, again.ReadFromBufferBody(empty.data() + 4));
   EXPECT_EQ(0, again.HasPropCurve(0));
   EXPECT_EQ(2u, again.NumPoints());
 }
 
-// Each body is read from a block of exactly its declared length, so that a
-// read past the end shows under the sanitizers.
+// Each body is read from a block of exactly its declared length, so that a read past the end
+// shows under the sanitizers.
 QvULong read_exact(QvPath2fProp1d& into, const Bytes& bytes, std::size_t body_length) {
-  Bytes block(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(4 + body_length));
-  put_word(block.data(), static_cast<std::uint32_t>(body_length));
-  return into.ReadFromBufferBody(block.data() + 4);
+  return into.ReadFromBufferBody(qv::test::truncated(bytes, body_length).data() + 4);
 }
 
 TEST(PathPropBuffer, RefusesTruncatedAndMalformedBodies) {
-  const Bytes bytes = written(two_with_curves());
+  const Bytes bytes = bytes_of(two_with_curves());
   QvPath2fProp1d target = polylines({{P(1, 2), P(3, 4)}});
   target.SetPropCurve(0, ramp(2, 5, 6));
-  const Bytes before = written(target);
+  const Bytes before = bytes_of(target);
   for (std::size_t length = 0; length + 4 < bytes.size(); ++length) {
     SCOPED_TRACE(length);
     EXPECT_EQ(0u, read_exact(target, bytes, length));
-    EXPECT_EQ(before, written(target));
+    EXPECT_EQ(before, bytes_of(target));
   }
   struct Case { const char* name; std::size_t offset; std::uint32_t value; QvULong ok; };
-  const std::size_t path_size = word(&bytes[8]) + 4;
+  const std::size_t path_size = u32_at(bytes, 8) + 4;
   const Case cases[] = {
       {"version 5", 4, 0x00050004u, 0},
       {"version 0xFF", 4, 0x00FF0004u, 0},
@@ -116,11 +98,11 @@ TEST(PathPropBuffer, RefusesTruncatedAndMalformedBodies) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     Bytes bad = bytes;
-    put_word(&bad[c.offset], c.value);
+    put_u32(bad, c.offset, c.value);
     QvPath2fProp1d into = target;
     const QvULong read = read_exact(into, bad, bad.size() - 4);
     EXPECT_EQ(c.ok ? bad.size() - 4 : 0u, read);
-    EXPECT_EQ(c.ok ? bytes : before, written(into));
+    EXPECT_EQ(c.ok ? bytes : before, bytes_of(into));
   }
 }
 
@@ -128,23 +110,17 @@ TEST(PathPropBuffer, RefusesTruncatedAndMalformedBodies) {
 // the same keys, and one that does not start at 0 is dropped.
 TEST(PathPropBuffer, OldestVersionConverts) {
   const QvPath2fProp1d shape = polylines({{P(0, 0), P(10, 0)}, {P(0, 5), P(4, 5)}});
-  const Bytes path = written(static_cast<const QvPath2f&>(QvPath2f(shape)));
+  const Bytes path = bytes_of(static_cast<const QvPath2f&>(QvPath2f(shape)));
   const QvStdFCurve kept(0, 1, 10, 3, QvBaseFCurve::FSLinear, QvBaseFCurve::FSLinear);
   const QvStdFCurve dropped(1, 1, 10, 3, QvBaseFCurve::FSLinear, QvBaseFCurve::FSLinear);
-  Bytes body(8, 0);
-  put_word(&body[4], 0x00000004u);
-  body.insert(body.end(), path.begin(), path.end());
-  Bytes count(4);
-  put_word(count.data(), 2);
-  body.insert(body.end(), count.begin(), count.end());
+  qv::test::Writer w;
+  w.u32(0x00000004u).bytes(path.data(), path.size()).u32(2);
   const std::pair<std::uint32_t, const QvStdFCurve*> entries[] = {{0, &kept}, {2, &dropped}};
   for (const auto& e : entries) {
-    Bytes key(4);
-    put_word(key.data(), e.first);
-    const Bytes curve = written(*e.second);
-    body.insert(body.end(), key.begin(), key.end());
-    body.insert(body.end(), curve.begin(), curve.end());
+    const Bytes curve = bytes_of(*e.second);
+    w.u32(e.first).bytes(curve.data(), curve.size());
   }
+  const Bytes body = w.buffer();
   QvPath2fProp1d into;
   ASSERT_EQ(body.size() - 4, read_exact(into, body, body.size() - 4));
   ASSERT_EQ(1, into.HasPropCurve(0));

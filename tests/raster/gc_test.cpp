@@ -43,8 +43,6 @@ TEST(GraphicsContext, SettersStoreAsGivenButSuperSampling) {
   }
   gc.SetAAFilterRadius(100);  // the fill clamps it, not the context
   EXPECT_EQ(100, gc.GetAAFilterRadius());
-  gc.SetFillRule(static_cast<QvGC::FillRule>(7));
-  EXPECT_EQ(7, gc.GetFillRule());
 }
 
 TEST(GraphicsContext, CopiesOwnTransformAndCurve) {

@@ -7,12 +7,11 @@
 #include <vector>
 
 #include "support/byte_buffer.h"
+#include "support/shapes.h"
 
 namespace rectoval_test {
 
-inline QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 struct Three {
   QvPoint2<float> a, b, c;

@@ -39,10 +39,8 @@ TEST(RotationMath, LogAndExpAreInverse) {
   for (int i = 0; i < 200; ++i) {
     const Quat q = qv::internal::quat_from_euler(QvPoint3<double>(a(rng), a(rng) / 2, a(rng)));
     const Quat back = qv::internal::quat_exp(qv::internal::quat_log(q));
-    EXPECT_NEAR(q.w, back.w, 1e-12);
-    EXPECT_NEAR(q.x, back.x, 1e-12);
-    EXPECT_NEAR(q.y, back.y, 1e-12);
-    EXPECT_NEAR(q.z, back.z, 1e-12);
+    EXPECT_LT(std::fabs(q.w - back.w) + std::fabs(q.x - back.x) + std::fabs(q.y - back.y) +
+                  std::fabs(q.z - back.z), 4e-12);
   }
   // The identity has the zero rotation vector, and the zero vector gives the identity exactly.
   const Quat zero = qv::internal::quat_exp(Quat{0, 0, 0, 0});
@@ -263,9 +261,6 @@ TEST(QvQuatKey, ComparisonTolerances) {
   EXPECT_EQ(0, a == c);
   EXPECT_EQ(1, a < c);
   EXPECT_EQ(0, c < a);
-  const QvQuatKey zero;
-  EXPECT_EQ(0.0, zero.time);
-  EXPECT_EQ(0, zero.flags);
 }
 
 TEST(QvQuatCurve, ParametersFarOutsideAreSafe) {

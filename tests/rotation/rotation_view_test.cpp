@@ -119,26 +119,6 @@ TEST(QvQuatFCurve, LocksThroughConstraints) {
   for (QvLong c : {4, 8, 16, 64, 2048}) EXPECT_EQ(0, z.IsConstraintSupported(static_cast<QvBaseFCurve::KeyConstraint>(c)));
 }
 
-TEST(QvQuatFCurve, FixedAnswers) {
-  QvQuatFCurve v(0);
-  quarter_turns(v, 3);
-  double p = 0;
-  EXPECT_EQ(QvBaseFCurve::KindQuat, v.GetKind());
-  EXPECT_EQ(&v, v.QueryFCurveKind(QvBaseFCurve::KindQuat));
-  EXPECT_EQ(nullptr, v.QueryFCurveKind(QvBaseFCurve::KindRaw));
-  EXPECT_EQ(0, v.ReduceNumKeys(0, 2, 1));
-  EXPECT_EQ(0, v.SmoothSequence(0, 2, nullptr, 0));
-  EXPECT_EQ(0, v.IsBijective());
-  EXPECT_EQ(0, v.EvalInverse(45.0, p, 0));
-  EXPECT_EQ(0, v.IsDefautlBezierTangentConstraintOn());
-  EXPECT_EQ(1, v.SetAsTimeFCurve(0));
-  EXPECT_EQ(1, v.IsTimeFCurve());
-  QvBaseFCurve::KeyInfo info{};
-  info.mask = 3;
-  EXPECT_EQ(0, v.GetKeyInfoFromIndex(3, &info));
-  EXPECT_EQ(0u, info.mask);
-}
-
 TEST(QvQuatFCurve, AppendingSamples) {
   QvQuatFCurve z(2);
   EXPECT_EQ(0, z.AppendLinearSegment(QvPoint2<double>(1, 1)));  // needs a first key

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
 #include <qv/QvArray.h>
 #include <qv/QvShapeSetOps.h>
 
@@ -11,9 +13,7 @@
 
 namespace {
 
-QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 double cross(const QvPoint2<float>& o, const QvPoint2<float>& a, const QvPoint2<float>& b) {
   return (static_cast<double>(a.x) - o.x) * (static_cast<double>(b.y) - o.y) -

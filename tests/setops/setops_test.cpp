@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/shapes.h"
+
 #include <qv/QvGC.h>
 #include <qv/QvOval2f.h>
 #include <qv/QvPath2f.h>
@@ -15,9 +17,7 @@ namespace {
 constexpr QvLong kW = 40;
 constexpr QvLong kH = 32;
 
-QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 QvRaster<unsigned char> filled(const QvShape2f& shape, const QvGC& gc) {
   QvRaster<unsigned char> r(kW, kH, 0);
@@ -28,26 +28,6 @@ QvRaster<unsigned char> filled(const QvShape2f& shape, const QvGC& gc) {
 using SetOp = void (*)(const QvGC&, const QvShape2f*, const QvShape2f*, QvRaster<unsigned char>&);
 
 }  // namespace
-
-TEST(ShapeSetOps, DisjointRectangles) {
-  QvGC gc;
-  QvRect2f a(P(2, 2), P(12, 10));
-  QvRect2f b(P(20, 15), P(35, 30));
-  QvRaster<unsigned char> meet(kW, kH, 0);
-  QvShape2f_IntersectionAB(gc, &a, &b, meet);
-  EXPECT_EQ(1, meet.AllPixelValuesAre(0));
-  QvRaster<unsigned char> both(kW, kH, 0);
-  QvShape2f_UnionAB(gc, &a, &b, both);
-  QvRaster<unsigned char> fa = filled(a, gc), fb = filled(b, gc);
-  QvRaster<unsigned char> only_a(kW, kH, 0);
-  QvShape2f_DifferenceAB(gc, &a, &b, only_a);
-  for (QvLong i = 0; i < kW * kH; ++i) {
-    ASSERT_EQ((fa.pixels[i] | fb.pixels[i]), both.pixels[i]);
-    ASSERT_EQ(fa.pixels[i], only_a.pixels[i]);
-  }
-  EXPECT_EQ(255, both.pixels[5 * kW + 5]);
-  EXPECT_EQ(255, both.pixels[20 * kW + 30]);
-}
 
 // The operations only add 255: what out holds elsewhere stays, also in a
 // bottom-up raster, which is paired with the shapes' rows by memory order.

@@ -44,21 +44,6 @@ TEST(ShapeFrame, KindWordAndFactory) {
   }
 }
 
-TEST(ShapeFrame, LockCountCountsHoldsAndIsNotCopied) {
-  PathProbe path;
-  EXPECT_EQ(0, path.GetLockCount());
-  path.Lock();
-  path.Lock();
-  EXPECT_EQ(2, path.GetLockCount());
-  PathProbe copy(path);
-  EXPECT_EQ(0, copy.GetLockCount());
-  static_cast<QvShape2f&>(copy) = static_cast<const QvShape2f&>(path);
-  EXPECT_EQ(0, copy.GetLockCount());
-  path.Unlock();
-  path.Unlock();
-  EXPECT_EQ(0, path.GetLockCount());
-}
-
 TEST(ShapeFrame, RasterExtentTestCountsTouching) {
   PathProbe path;
   path.Moveto(P(0, 0));

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/byte_buffer.h"
+#include "support/shapes.h"
 
 namespace qv_test {
 
@@ -15,19 +16,14 @@ class PathProbe : public QvPath2f {
   using QvPath2f::QvPath2f;
   using QvPath2f::Degree;
   using QvPath2f::EndOfSegment;
-  using QvPath2f::GetLockCount;
   using QvPath2f::GetType;
   using QvPath2f::IsRasterExtentIntersecting;
   using QvPath2f::IsTangentHandle;
   using QvPath2f::LastIndex;
-  using QvPath2f::Lock;
   using QvPath2f::StartOfSegment;
-  using QvPath2f::Unlock;
 };
 
-inline QvPoint2<float> P(double x, double y) {
-  return QvPoint2<float>(static_cast<float>(x), static_cast<float>(y));
-}
+using qv::test::P;
 
 inline QvExtent2<float> box(float x0, float y0, float x1, float y1) {
   QvExtent2<float> e;
