@@ -392,6 +392,7 @@ void register_once() {
   }
 }
 
-const int kRegistered = (std::getenv("QV_FILL_ONCE") != nullptr ? register_once() : register_all(), 0);
+const int kRegistered =
+    (std::getenv("QV_FILL_ONCE") != nullptr ? register_once() : register_all(), 0);
 
 }  // namespace

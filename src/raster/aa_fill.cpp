@@ -1,12 +1,13 @@
-// Anti-aliased fill by sub-sample masks.
+// Anti-aliased fill by sub-sample counts.
 //
-// Each pixel owns one mask word with a bit per sub-sample (bit s*j+i for
-// sub-column i of sub-row j). Spans of a sub-scan-line set bits in the newest of
-// three rolling rows of words; when a pixel row is complete its value is the
-// number of set bits in a box of (s+2r) by (s+2r) sub-samples centred on the
-// pixel, scaled to the pixel type. With r = 0 the box is the pixel's own word;
-// otherwise it reaches r sub-samples into the eight neighbours, and the output
-// lags one pixel row behind the scan.
+// A pixel's value is the number of covered sub-samples in a box of (s+2r) by
+// (s+2r) centred on it, scaled to the pixel type. Without a filter (r = 0) the
+// box is the pixel itself, and the count is accumulated from the spans' ends
+// as differences along the pixel row. With a filter each pixel owns one mask
+// word with a bit per sub-sample (bit s*j+i for sub-column i of sub-row j);
+// spans set bits in the newest of three rolling rows of words, the box reaches
+// r sub-samples into the eight neighbours, and the output lags one pixel row
+// behind the scan.
 #include "raster/fill_internal.h"
 
 #include <algorithm>
@@ -113,7 +114,8 @@ class AAScan {
     const bool opaque_coverage = std::is_same<T, unsigned char>::value && S == 4 &&
                                  m_radius == 0 && !(std::fabs(params.opacity - 1.0) > 1e-07);
     for (unsigned c = 0; c <= S * S; ++c)
-      m_values[c] = opaque_coverage ? static_cast<T>(CoverageByteTable[(1u << c) - 1u]) : m_store(c);
+      m_values[c] =
+          opaque_coverage ? static_cast<T>(CoverageByteTable[(1u << c) - 1u]) : m_store(c);
   }
 
   void Run() {
@@ -215,7 +217,8 @@ class AAScan {
           Touch(touched, left, right);
           spans[count++] = Span{left, right};
         });
-        std::sort(spans, spans + count, [](const Span& a, const Span& b) { return a.left < b.left; });
+        std::sort(spans, spans + count,
+                  [](const Span& a, const Span& b) { return a.left < b.left; });
         std::int64_t done = std::numeric_limits<std::int64_t>::min();
         for (std::size_t k = 0; k < count; ++k) {
           const std::int64_t left = std::max(spans[k].left, done + 1);

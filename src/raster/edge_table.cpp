@@ -97,8 +97,10 @@ bool order_by_scan_line(const QvPoint2<double>* points, FillVertex* vertices, Qv
   }
   for (std::size_t k = 1; k < starts.size(); ++k) starts[k] += starts[k - 1];
   std::vector<FillVertex> sorted(static_cast<std::size_t>(count));
-  for (QvLong i = 0; i < count; ++i)
-    sorted[static_cast<std::size_t>(starts[static_cast<std::size_t>(of[static_cast<std::size_t>(i)])]++)] = vertices[i];
+  for (QvLong i = 0; i < count; ++i) {
+    QvLong& slot = starts[static_cast<std::size_t>(of[static_cast<std::size_t>(i)])];
+    sorted[static_cast<std::size_t>(slot++)] = vertices[i];
+  }
   std::copy(sorted.begin(), sorted.end(), vertices);
   return true;
 }

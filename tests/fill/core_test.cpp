@@ -227,7 +227,9 @@ TEST(AAFill, SharedSidesCountOnce) {
     SCOPED_TRACE(testing::Message() << "trial " << trial << " s " << s << " r " << r
                                     << (winding ? " winding" : " even-odd"));
     const double step = 0.5 / s;  // half a sub-sample
-    auto coord = [&](double hi) { return static_cast<double>(rng() % static_cast<unsigned>(hi / step)) * step - 2.0; };
+    auto coord = [&](double hi) {
+      return static_cast<double>(rng() % static_cast<unsigned>(hi / step)) * step - 2.0;
+    };
     std::vector<Polygon> polygons;
     double x = coord(20.0);
     for (int k = 0; k < 2 + trial % 4; ++k) {
