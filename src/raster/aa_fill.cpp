@@ -131,8 +131,10 @@ class AAScan {
     }
     m_first = static_cast<QvLong>(m_xLo - m_p);
     m_end = static_cast<QvLong>(m_xHi + m_p);
-    if (m_p == 0)
-      RunCounts(py0, py1);
+    if (m_p == 0 && m_walker.Winding())
+      RunCounts<true>(py0, py1);
+    else if (m_p == 0)
+      RunCounts<false>(py0, py1);
     else
       RunMasks(py0, py1);
   }
@@ -155,6 +157,7 @@ class AAScan {
   // sub-columns of its end pixels, and the whole sub-rows of the pixels
   // between as a rise after the first and a fall at the last. The flush turns
   // the differences into counts with one running sum over the touched range.
+  template <bool kWinding>
   void RunCounts(std::int64_t py0, std::int64_t py1) {
     const std::size_t cells = static_cast<std::size_t>(m_end - m_first) + 1;
     m_deltaStore.assign(cells, 0);
@@ -193,7 +196,7 @@ class AAScan {
         // touched pixels.
         constexpr std::int64_t kNoSpan = std::numeric_limits<std::int64_t>::min();
         std::int64_t done = kNoSpan;
-        m_walker.SpansAndStep(x_min, x_max, [&](std::int64_t left, std::int64_t right) {
+        auto span = [&](std::int64_t left, std::int64_t right) {
           auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
           const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
           if (done == kNoSpan) {
@@ -205,7 +208,11 @@ class AAScan {
           }
           done = right;
           add(left, right, a, b);
-        });
+        };
+        if constexpr (kWinding)
+          m_walker.WindingSpansAndStep(x_min, x_max, span);
+        else
+          m_walker.EvenOddSpansAndStep(x_min, x_max, span);
         if (done != kNoSpan)
           touched.last = std::max(touched.last, static_cast<QvLong>(done >> Mask<S>::kShift));
       } else {
