@@ -45,11 +45,19 @@ inline QvULong next_capacity(QvULong c, QvULong n) {
   return c == 0 ? 1 : c;
 }
 
-// The block forms of the constructor and of Add take only a real pointer to elements, so that a
-// literal 0 reads as a value: Add(0, 0) on a point array appends the origin and QvULongArray(0, 8)
-// holds one zero, instead of both being ambiguous with a null block.
+// The block forms of the constructor and of Add take only a real pointer to elements, or nullptr,
+// so that a literal 0 reads as a value: Add(0, 0) on a point array appends the origin and
+// QvULongArray(0, 8) holds one zero, instead of both being ambiguous with a null block. nullptr
+// names the empty block (Add(nullptr, 0), or the capacity-0 array of Array(nullptr, 0)), except in
+// the constructor of an array of pointers, where it is the one element's value.
 template <class P, class E> using BlockPointer =
-    std::enable_if_t<std::is_pointer_v<P> && std::is_convertible_v<P, const E*>, int>;
+    std::enable_if_t<(std::is_pointer_v<P> && std::is_convertible_v<P, const E*>) ||
+                         (std::is_null_pointer_v<P> && !std::is_pointer_v<E>),
+                     int>;
+template <class P, class E> using BlockPointerOrNull =
+    std::enable_if_t<(std::is_pointer_v<P> && std::is_convertible_v<P, const E*>) ||
+                         std::is_null_pointer_v<P>,
+                     int>;
 
 // Shared body of the twelve typed arrays. Elements are moved by block copies, so every element type
 // is bitwise movable. Nothing here checks an index, a count or a range.
@@ -111,7 +119,7 @@ template <class Derived, class E, bool ZeroFill> class TypedArray {
     data[old_size] = copy;
   }
 
-  template <class P, BlockPointer<P, E> = 0> void Add(P values, QvULong count) {
+  template <class P, BlockPointerOrNull<P, E> = 0> void Add(P values, QvULong count) {
     append_block(values, count);
   }
 

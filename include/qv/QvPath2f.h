@@ -85,8 +85,8 @@ class QV_API QvPath2f : public QvShape2f {
   explicit QvPath2f(QvULong capacity);
   QvPath2f(const QvPath2f& other);
   QvPath2f(const QvPath2f& source, QvULong first, QvULong last);
-  explicit QvPath2f(const QvRect2f& rect);
-  explicit QvPath2f(const QvOval2f& oval);
+  QvPath2f(const QvRect2f& rect);
+  QvPath2f(const QvOval2f& oval);
   ~QvPath2f() override;
 
   QvPath2f& operator=(const QvPath2f& other);

@@ -19,7 +19,9 @@ struct QvPath2fProp1dEntries;
 // Any index inside a subpath denotes that subpath.
 class QV_API QvPath2fProp1d : public QvPath2f {
  public:
-  explicit QvPath2fProp1d(QvULong capacity = 1);
+  // Room for one point. Not explicit, so that `= {}` and `return {};` work.
+  QvPath2fProp1d();
+  explicit QvPath2fProp1d(QvULong capacity);
   // The path's data, with no curves.
   QvPath2fProp1d(const QvPath2f& path);
   QvPath2fProp1d(const QvPath2fProp1d& other);

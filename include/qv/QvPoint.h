@@ -231,6 +231,13 @@ struct QvExtentStates {
   enum ExtentState : std::int32_t { ExtentBounded = 0, ExtentEmpty = 1, ExtentUniverse = 2 };
 };
 
+// The same states under their plain names, for hosts that name them without an extent type at hand:
+// `e.state = ExtentEmpty` reads like `e.state = QvExtent2<double>::ExtentEmpty`.
+using ExtentState = QvExtentStates::ExtentState;
+constexpr ExtentState ExtentBounded = QvExtentStates::ExtentBounded;
+constexpr ExtentState ExtentEmpty = QvExtentStates::ExtentEmpty;
+constexpr ExtentState ExtentUniverse = QvExtentStates::ExtentUniverse;
+
 // A closed axis-aligned box. Users read and write the fields directly, and may brace-initialise
 // it as {min, max, state}, so it stays a plain aggregate: the states are named here rather than
 // inherited. The members are the rules every part of the library applies to the fields.

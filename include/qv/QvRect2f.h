@@ -132,6 +132,11 @@ class QV_API QvRect2f : public QvShape2f {
   QvLong HandleScale(QvULong handle, const QvPoint2<float>& target, CenterStyle style);
   QvLong HandleScale(QvULong handle, const QvPoint2<float>& target,
                      const QvPoint2<float>& anchor);
+  // The style given as a plain number, 0 centre, 1 opposite, anything else
+  // the origin. Without these, HandleScale(h, target, 1) would turn the 1
+  // into the anchor point (1, 0).
+  QvLong HandleRotate(QvULong handle, const QvPoint2<float>& target, QvLong style);
+  QvLong HandleScale(QvULong handle, const QvPoint2<float>& target, QvLong style);
   // Moves the corners of the handle's side (or of the corner's two sides); a
   // handle outside 1 to 8 changes nothing and still returns 1.
   QvLong HandleSkew(QvULong handle, const QvPoint2<float>& target);

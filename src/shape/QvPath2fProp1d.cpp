@@ -44,6 +44,8 @@ std::unique_ptr<QvRawFCurve> raw_from_standard(const QvStdFCurve& old) {
 // ---------------------------------------------------------------------------
 // Construction and assignment
 
+QvPath2fProp1d::QvPath2fProp1d() : QvPath2fProp1d(1) {}
+
 QvPath2fProp1d::QvPath2fProp1d(QvULong capacity)
     : QvPath2f(capacity), m_entries(new QvPath2fProp1dEntries) {}
 

@@ -60,6 +60,14 @@ QvLong QvRect2f::HandleScale(QvULong handle, const QvPoint2<float>& target, Cent
   return HandleScale(handle, target, anchor_of(k, handle, style));
 }
 
+QvLong QvRect2f::HandleRotate(QvULong handle, const QvPoint2<float>& target, QvLong style) {
+  return HandleRotate(handle, target, static_cast<CenterStyle>(style));
+}
+
+QvLong QvRect2f::HandleScale(QvULong handle, const QvPoint2<float>& target, QvLong style) {
+  return HandleScale(handle, target, static_cast<CenterStyle>(style));
+}
+
 QvLong QvRect2f::HandleScale(QvULong handle, const QvPoint2<float>& target,
                              const QvPoint2<float>& anchor) {
   if (handle >= qi::kHandleCount) return 0;

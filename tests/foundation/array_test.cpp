@@ -27,6 +27,13 @@ TEST(Array, Constructors) {
   EXPECT_EQ(3u, three.capacity);
   const QvDoubleArray none(values, 0);
   EXPECT_EQ(0u, none.capacity);  // the only way to a capacity of 0
+  QvDoubleArray null_block(nullptr, 0);  // nullptr names the empty block, as a null pointer would
+  EXPECT_EQ(0u, null_block.capacity);
+  null_block.Add(nullptr, 0);  // an empty append still applies the capacity rule
+  EXPECT_EQ(1u, null_block.capacity);
+  QvLPVoidArray null_value(nullptr, 3);  // in an array of pointers nullptr is the element
+  EXPECT_EQ(1u, null_value.size);
+  EXPECT_EQ(nullptr, null_value[0]);
   const QvULongArray zero_value(0, 8);  // a literal 0 is a value here, not a null block
   EXPECT_EQ(1u, zero_value.size);
   EXPECT_EQ(8u, zero_value.capacity);

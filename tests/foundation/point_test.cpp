@@ -113,7 +113,7 @@ TEST(Extent, AugmentIntersectInside) {
   const QvExtent2<float> braced = {{0, 0}, {2, 2}, QvExtent2<float>::ExtentBounded};
   QvExtent2<double> widened;
   widened.state = braced.state;
-  EXPECT_EQ(QvExtent2<double>::ExtentBounded, widened.state);
+  EXPECT_EQ(ExtentBounded, widened.state);  // the plain names are the same states
   EXPECT_TRUE(braced.IsInside(QvPoint2<float>(2, 0)));
   const QvExtent3<double> box = {};
   EXPECT_EQ(QvExtent3<double>::ExtentEmpty, box.state);

@@ -127,6 +127,29 @@ TEST(RectHandles, ScaleWithTheHandleOnItsAnchorSkews) {
   EXPECT_EQ(rectoval_test::bytes_of(QvRect2f(P(0, 0), P(10, 4))), rectoval_test::bytes_of(still));
 }
 
+// A style given as a number must act as that style, not slip into the
+// anchor-point form through the point's converting constructor.
+TEST(RectHandles, NumericStyleActsAsTheStyle) {
+  const struct {
+    const char* name;
+    QvLong number;
+    QvRect2f::CenterStyle style;
+  } cases[] = {
+      {"centre", 0, QvRect2f::CenterStyleCentre},
+      {"opposite", 1, QvRect2f::CenterStyleOpposite},
+      {"origin", 5, static_cast<QvRect2f::CenterStyle>(5)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    QvRect2f by_number(P(1, 1), P(11, 2), P(0, 5));
+    QvRect2f by_enum(by_number);
+    EXPECT_EQ(by_enum.HandleScale(2, P(20, 9), c.style), by_number.HandleScale(2, P(20, 9), c.number));
+    EXPECT_EQ(rectoval_test::bytes_of(by_enum), rectoval_test::bytes_of(by_number));
+    EXPECT_EQ(by_enum.HandleRotate(8, P(-3, 7), c.style), by_number.HandleRotate(8, P(-3, 7), c.number));
+    EXPECT_EQ(rectoval_test::bytes_of(by_enum), rectoval_test::bytes_of(by_number));
+  }
+}
+
 TEST(RectHandles, SkewMovesTheCornersOfTheHandle) {
   struct Case {
     QvULong handle;
