@@ -6,13 +6,27 @@
 // our figures carries the ratio to theirs on the same geometry as a counter:
 // ratio_cairo_fast, ratio_cairo_default, ratio_cairo_none, ratio_agg, and
 // ratio_bytes against writing the raster's bytes once.
+//
+// With QV_FILL_ONCE set in the environment the benchmark instead runs every
+// rasteriser, ours and the peers', exactly once a shape ("Once/..."), with
+// only that call collected under callgrind (valgrind --tool=callgrind
+// --collect-atstart=no): instruction counts are steady on a busy machine where
+// wall times are not.
 #include <qv/QvGC.h>
 #include <qv/QvPath2f.h>
 #include <qv/QvRaster.h>
 
 #include <benchmark/benchmark.h>
 
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#define QV_COLLECT_TOGGLE() CALLGRIND_TOGGLE_COLLECT
+#else
+#define QV_COLLECT_TOGGLE() ((void)0)
+#endif
+
 #include <algorithm>
+#include <cstdlib>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -177,12 +191,14 @@ double bytes_seconds() {
 }
 
 #if defined(QV_BENCH_CAIRO)
-double cairo_seconds(const Shape& shape, cairo_antialias_t antialias) {
+// Calls `timer` with a function that draws the shape once.
+template <class Timer>
+auto with_cairo(const Shape& shape, cairo_antialias_t antialias, Timer&& timer) {
   cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_A8, kSize, kSize);
   cairo_t* cr = cairo_create(surface);
   cairo_set_antialias(cr, antialias);
   cairo_set_fill_rule(cr, CAIRO_FILL_RULE_WINDING);
-  const double s = seconds_per_call([&] {
+  const auto result = timer([&] {
     for (const Shape::Op& op : shape.ops) {
       switch (op.kind) {
         case 'M': cairo_move_to(cr, op.p[0], op.p[1]); break;
@@ -196,12 +212,17 @@ double cairo_seconds(const Shape& shape, cairo_antialias_t antialias) {
   });
   cairo_destroy(cr);
   cairo_surface_destroy(surface);
-  return s;
+  return result;
+}
+
+double cairo_seconds(const Shape& shape, cairo_antialias_t antialias) {
+  return with_cairo(shape, antialias, [](auto&& draw) { return seconds_per_call(draw); });
 }
 #endif
 
 #if defined(QV_BENCH_AGG)
-double agg_seconds(const Shape& shape) {
+template <class Timer>
+auto with_agg(const Shape& shape, Timer&& timer) {
   std::vector<unsigned char> pixels(kSize * kSize);
   agg::rendering_buffer buffer(pixels.data(), kSize, kSize, kSize);
   agg::pixfmt_gray8 format(buffer);
@@ -209,7 +230,7 @@ double agg_seconds(const Shape& shape) {
   agg::rasterizer_scanline_aa<> rasterizer;
   agg::scanline_p8 scanline;
   rasterizer.filling_rule(agg::fill_non_zero);
-  return seconds_per_call([&] {
+  return timer([&] {
     agg::path_storage path;
     for (const Shape::Op& op : shape.ops) {
       switch (op.kind) {
@@ -224,6 +245,10 @@ double agg_seconds(const Shape& shape) {
     rasterizer.add_path(curves);
     agg::render_scanlines_aa_solid(rasterizer, scanline, base, agg::gray8(255));
   });
+}
+
+double agg_seconds(const Shape& shape) {
+  return with_agg(shape, [](auto&& draw) { return seconds_per_call(draw); });
 }
 #endif
 
@@ -302,6 +327,72 @@ void register_all() {
     })->Unit(benchmark::kMillisecond);
 }
 
-const int kRegistered = (register_all(), 0);
+// One call of each rasteriser a shape, collected alone; warmed by a first
+// uncollected call so that lazy set-up is not counted.
+void once(benchmark::State& state, int which, Op op) {
+  const QvPath2f path = geometry(which).ToPath();
+  QvRaster<unsigned char> raster(kSize, kSize, 0);
+  QvGC gc;
+  gc.SetFillRule(QvGC::WindingRule);
+  gc.SetAASuperSampling(op == Op::AA8 ? 8 : 4);
+  gc.SetAAFilterRadius(0);
+  for (auto _ : state) {
+    for (int pass = 0; pass < 2; ++pass) {
+      if (pass == 1) QV_COLLECT_TOGGLE();
+      if (op == Op::Fill)
+        path.Fill(gc, raster, nullptr, nullptr);
+      else
+        path.AAFill(gc, raster, nullptr, nullptr);
+      if (pass == 1) QV_COLLECT_TOGGLE();
+    }
+  }
+}
+
+template <class Draw>
+int collect_once(Draw&& draw) {
+  draw();
+  QV_COLLECT_TOGGLE();
+  draw();
+  QV_COLLECT_TOGGLE();
+  return 0;
+}
+
+void register_once() {
+  const struct {
+    const char* name;
+    Op op;
+  } fills[] = {{"Fill", Op::Fill}, {"AAFill4x4", Op::AA4}, {"AAFill8x8", Op::AA8}};
+  for (int which = 0; which < 4; ++which) {
+    const std::string shape = kNames[which];
+    for (const auto& f : fills)
+      benchmark::RegisterBenchmark(("Once/" + std::string(f.name) + "/" + shape).c_str(),
+                                   [which, op = f.op](benchmark::State& s) { once(s, which, op); })
+          ->Iterations(1);
+#if defined(QV_BENCH_CAIRO)
+    const struct {
+      const char* name;
+      cairo_antialias_t mode;
+    } modes[] = {{"cairo_fast", CAIRO_ANTIALIAS_FAST},
+                 {"cairo_default", CAIRO_ANTIALIAS_DEFAULT},
+                 {"cairo_none", CAIRO_ANTIALIAS_NONE}};
+    for (const auto& m : modes)
+      benchmark::RegisterBenchmark(("Once/" + std::string(m.name) + "/" + shape).c_str(),
+                                   [which, mode = m.mode](benchmark::State& s) {
+                                     for (auto _ : s)
+                                       with_cairo(geometry(which), mode,
+                                                  [](auto&& draw) { return collect_once(draw); });
+                                   })
+          ->Iterations(1);
+#endif
+#if defined(QV_BENCH_AGG)
+    benchmark::RegisterBenchmark(("Once/agg/" + shape).c_str(), [which](benchmark::State& s) {
+      for (auto _ : s) with_agg(geometry(which), [](auto&& draw) { return collect_once(draw); });
+    })->Iterations(1);
+#endif
+  }
+}
+
+const int kRegistered =
+    (std::getenv("QV_FILL_ONCE") != nullptr ? register_once() : register_all(), 0);
 
 }  // namespace

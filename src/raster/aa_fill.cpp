@@ -1,17 +1,20 @@
-// Anti-aliased fill by sub-sample masks.
+// Anti-aliased fill by sub-sample counts.
 //
-// Each pixel owns one mask word with a bit per sub-sample (bit s*j+i for
-// sub-column i of sub-row j). Spans of a sub-scan-line set bits in the newest of
-// three rolling rows of words; when a pixel row is complete its value is the
-// number of set bits in a box of (s+2r) by (s+2r) sub-samples centred on the
-// pixel, scaled to the pixel type. With r = 0 the box is the pixel's own word;
-// otherwise it reaches r sub-samples into the eight neighbours, and the output
-// lags one pixel row behind the scan.
+// A pixel's value is the number of covered sub-samples in a box of (s+2r) by
+// (s+2r) centred on it, scaled to the pixel type. Without a filter (r = 0) the
+// box is the pixel itself, and the count is accumulated from the spans' ends
+// as differences along the pixel row. With a filter each pixel owns one mask
+// word with a bit per sub-sample (bit s*j+i for sub-column i of sub-row j);
+// spans set bits in the newest of three rolling rows of words, the box reaches
+// r sub-samples into the eight neighbours, and the output lags one pixel row
+// behind the scan.
 #include "raster/fill_internal.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <memory>
 #include <type_traits>
 #include <vector>
 
@@ -87,8 +90,6 @@ template <class T, int S>
 class AAScan {
  public:
   using Word = typename Mask<S>::Word;
-  // Spans of up to this many words between their end words set them at once.
-  static constexpr QvLong kShortSpan = 9;
 
   AAScan(CFillContext& context, QvLong num_points, const FillBox& box,
          const AAFillParams& params, const PixelRows<T>& raster, PollFunction poll)
@@ -99,25 +100,22 @@ class AAScan {
         m_radius(params.radius),
         m_store(std::fabs(params.opacity - 1.0) > 1e-07 ? params.opacity : 1.0,
                 (S + 2 * params.radius) * (S + 2 * params.radius)),
-        m_opaqueCoverage(std::is_same<T, unsigned char>::value && S == 4 && params.radius == 0 &&
-                         !(std::fabs(params.opacity - 1.0) > 1e-07)),
-        m_pollEverySubRow(!(S == 4 && !params.winding)) {
+        m_pollEverySubRow(!(S == 4 && !params.winding)),
+        m_numPoints(num_points) {
     m_p = (m_radius + S - 1) / S;
-    m_fullValue = Value(static_cast<Word>(~Word{0}) >> (sizeof(Word) * 8 - S * S));
-    m_zeroValue = Value(0);
     m_xLo = std::max(box.xMin - m_p, 0);
     m_xHi = std::min(static_cast<std::int64_t>(box.xMax) + m_p,
                      static_cast<std::int64_t>(raster.width));
     m_yLo = std::max(box.yMin - m_p, 0);
     m_yHi = std::min(static_cast<std::int64_t>(box.yMax) + m_p,
                      static_cast<std::int64_t>(raster.height));
-    if (m_p == 0) {
-      // Every span of a sub-row takes two crossings at least.
-      m_extentCapacity = static_cast<std::size_t>(num_points) / 2 + 1;
-      m_extents.resize(m_extentCapacity * (S + 2));
-      m_full = m_extents.data() + m_extentCapacity * S;
-      m_scratch = m_full + m_extentCapacity;
-    }
+    // Without a filter a pixel's value depends on its count alone; with
+    // opacity 1 at 4 by 4 the byte values are those of the coverage table.
+    const bool opaque_coverage = std::is_same<T, unsigned char>::value && S == 4 &&
+                                 m_radius == 0 && !(std::fabs(params.opacity - 1.0) > 1e-07);
+    for (unsigned c = 0; c <= S * S; ++c)
+      m_values[c] =
+          opaque_coverage ? static_cast<T>(CoverageByteTable[(1u << c) - 1u]) : m_store(c);
   }
 
   void Run() {
@@ -131,23 +129,215 @@ class AAScan {
           return;
       return;
     }
-    const QvLong first = static_cast<QvLong>(m_xLo - m_p);
-    const QvLong end = static_cast<QvLong>(m_xHi + m_p);
-    m_first = first;
-    m_end = end;
+    m_first = static_cast<QvLong>(m_xLo - m_p);
+    m_end = static_cast<QvLong>(m_xHi + m_p);
+    if (m_p == 0 && m_walker.Winding())
+      RunCounts<true>(py0, py1);
+    else if (m_p == 0)
+      RunCounts<false>(py0, py1);
+    else
+      RunMasks(py0, py1);
+  }
 
+ private:
+  struct Range {
+    QvLong first;
+    QvLong last;
+  };
+  struct Span {
+    std::int64_t left;
+    std::int64_t right;
+  };
+
+  // Without a filter. The spans of one sub-row cover each sub-sample at most
+  // once once their shared ends are cut (two spans meet on one sub-sample when
+  // a crossing falls exactly on its centre), so a pixel's count is the sum of
+  // the sub-columns its spans cover. Each span adds to the pixel row's count
+  // differences at its two ends only, whatever its length: the partial
+  // sub-columns of its end pixels, and the whole sub-rows of the pixels
+  // between as a rise after the first and a fall at the last. The flush turns
+  // the differences into counts with one running sum over the touched range.
+  template <bool kWinding>
+  void RunCounts(std::int64_t py0, std::int64_t py1) {
+    const std::size_t cells = static_cast<std::size_t>(m_end - m_first) + 1;
+    m_deltaStore.assign(cells, 0);
+    m_delta = m_deltaStore.data() - m_first;
+    // Not cleared: a sub-row writes its spans before it reads them.
+    m_spans.reset(new Span[static_cast<std::size_t>(m_numPoints) + 1]);
+    const Range none{m_end, m_first - 1};
+    Range touched = none;
+    const double x_min = static_cast<double>(m_first) * S;
+    const double x_max = static_cast<double>(m_end) * S;
+    // Sub-sample centres lie at sy + 0.5 in the scaled polygon; the scan line
+    // is counted in double as well, exactly, since it stays far below 2^52.
+    double centre = static_cast<double>(py0 * S) + 0.5;
+    for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy, centre += 1.0) {
+      const int j = static_cast<int>(sy & (S - 1));
+      if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return;
+      m_walker.Advance(centre - 1.0, centre);
+      std::int8_t* delta = m_delta;
+      // The pixels of a span from its third to its last but one receive no
+      // difference from this sub-row: the widest such stretch of each
+      // sub-row, intersected over the pixel row, needs no counting at all.
+      Range& wide = m_wide[j];
+      wide = none;
+      QvLong widest = 2;
+      auto add = [&](std::int64_t left, std::int64_t right, QvLong a, QvLong b) {
+        AddSpan(delta, left, right, a, b);
+        if (b - a > widest) {
+          widest = b - a;
+          wide = Range{a + 2, b - 1};
+        }
+      };
+      if (m_walker.Ordered()) {
+        // Ordered crossings give spans from left to right, each starting at
+        // or after the end of the one before, on it at the most.
+        // The first span's start and the last one's end bound the sub-row's
+        // touched pixels.
+        constexpr std::int64_t kNoSpan = std::numeric_limits<std::int64_t>::min();
+        std::int64_t done = kNoSpan;
+        auto span = [&](std::int64_t left, std::int64_t right) {
+          auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+          if (done == kNoSpan) {
+            touched.first = std::min(touched.first, a);
+          } else if (left <= done) {
+            left = done + 1;
+            if (left > right) return;
+            a = static_cast<QvLong>(left >> Mask<S>::kShift);
+          }
+          done = right;
+          add(left, right, a, b);
+        };
+        if constexpr (kWinding)
+          m_walker.WindingSpansAndStep(x_min, x_max, span);
+        else
+          m_walker.EvenOddSpansAndStep(x_min, x_max, span);
+        if (done != kNoSpan)
+          touched.last = std::max(touched.last, static_cast<QvLong>(done >> Mask<S>::kShift));
+      } else {
+        // A crossing that is not a number can disorder the list, and its
+        // spans may then overlap anywhere: they are sorted and merged first.
+        Span* spans = m_spans.get();
+        std::size_t count = 0;
+        m_walker.SpansAndStep(x_min, x_max, [&](std::int64_t left, std::int64_t right) {
+          Touch(touched, left, right);
+          spans[count++] = Span{left, right};
+        });
+        std::sort(spans, spans + count,
+                  [](const Span& a, const Span& b) { return a.left < b.left; });
+        std::int64_t done = std::numeric_limits<std::int64_t>::min();
+        for (std::size_t k = 0; k < count; ++k) {
+          const std::int64_t left = std::max(spans[k].left, done + 1);
+          const std::int64_t right = spans[k].right;
+          if (right > done) done = right;
+          if (left <= right)
+            add(left, right, static_cast<QvLong>(left >> Mask<S>::kShift),
+                static_cast<QvLong>(right >> Mask<S>::kShift));
+        }
+      }
+      if (j == S - 1) {
+        Range quiet = m_wide[0];
+        for (int k = 1; k < S; ++k) {
+          quiet.first = std::max(quiet.first, m_wide[k].first);
+          quiet.last = std::min(quiet.last, m_wide[k].last);
+        }
+        FlushCounts(static_cast<QvLong>((sy + 1) / S - 1), touched, quiet);
+        touched = none;
+      }
+    }
+  }
+
+  static void Touch(Range& touched, std::int64_t left, std::int64_t right) noexcept {
+    const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+    const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+    if (a < touched.first) touched.first = a;
+    if (b > touched.last) touched.last = b;
+  }
+
+  // Pixel a gets S - c0 sub-columns, pixel b gets c1 + 1, the pixels between
+  // S each; for a == b the sums come to c1 - c0 + 1 in the one pixel.
+  static void AddSpan(std::int8_t* delta, std::int64_t left, std::int64_t right, QvLong a,
+                      QvLong b) noexcept {
+    const int c0 = static_cast<int>(left & (S - 1));
+    const int c1 = static_cast<int>(right & (S - 1)) + 1;
+    delta[a] = static_cast<std::int8_t>(delta[a] + (S - c0));
+    delta[a + 1] = static_cast<std::int8_t>(delta[a + 1] + c0);
+    delta[b] = static_cast<std::int8_t>(delta[b] + (c1 - S));
+    delta[b + 1] = static_cast<std::int8_t>(delta[b + 1] - c1);
+  }
+
+  // Writes the touched range of pixel row py from the running sum of the
+  // differences and clears them. The quiet stretch, where no difference was
+  // added, is one fill of the count reached at its start.
+  void FlushCounts(QvLong py, Range touched, Range quiet) noexcept {
+    if (touched.first > touched.last) return;
+    T* out = m_raster.Row(py);
+    const QvLong stop = touched.last + 1;
+    if (quiet.first <= quiet.last) {
+      const unsigned sum = WriteCounts(out, touched.first, quiet.first, 0);
+      std::fill(out + quiet.first, out + quiet.last + 1, m_values[sum]);
+      WriteCounts(out, quiet.last + 1, stop, sum);
+    } else {
+      WriteCounts(out, touched.first, stop, 0);
+    }
+    m_delta[stop] = 0;
+  }
+
+  // Pixels from..stop-1 from the running sum, which starts at `sum`; returns
+  // the sum at the end. Runs of zero differences (outside the shapes and
+  // inside them) are found eight and thirty-two cells at a time and written
+  // as one fill.
+  unsigned WriteCounts(T* out, QvLong from, QvLong stop, unsigned sum) noexcept {
+    std::int8_t* delta = m_delta;
+    const T* values = m_values;
+    auto block = [delta](QvLong x) noexcept {
+      std::uint64_t bits;
+      std::memcpy(&bits, delta + x, sizeof bits);
+      return bits;
+    };
+    QvLong x = from;
+    for (; stop - x >= 8; x += 8) {
+      if (block(x) != 0) {
+        for (int i = 0; i < 8; ++i) {
+          sum = (sum + static_cast<unsigned>(delta[x + i])) & 0xFFu;
+          out[x + i] = values[sum];
+        }
+        std::memset(delta + x, 0, 8);
+        continue;
+      }
+      const T value = values[sum];
+      std::fill_n(out + x, 8, value);
+      if (stop - x < 16 || block(x + 8) != 0) continue;
+      QvLong run = x + 16;
+      while (stop - run >= 32 &&
+             (block(run) | block(run + 8) | block(run + 16) | block(run + 24)) == 0)
+        run += 32;
+      std::fill(out + x + 8, out + run, value);
+      x = run - 8;
+    }
+    for (; x < stop; ++x) {
+      sum = (sum + static_cast<unsigned>(delta[x])) & 0xFFu;
+      out[x] = values[sum];
+      delta[x] = 0;
+    }
+    return sum;
+  }
+
+  // With a filter: the mask words of three rolling rows.
+  void RunMasks(std::int64_t py0, std::int64_t py1) {
+    const QvLong first = m_first;
+    const QvLong end = m_end;
     Word** rows = Mask<S>::Rows(m_context);
     m_context.maskRowFirst = first;
     m_context.maskRowEnd = end;
     const std::size_t words = static_cast<std::size_t>(end - first);
-    const int row_count = m_p == 1 ? 3 : 1;
-    for (int k = 0; k < row_count; ++k) rows[k] = new Word[words]() - first;
+    for (int k = 0; k < 3; ++k) rows[k] = new Word[words]() - first;
     m_new = rows[0];
-    m_mid = row_count == 3 ? rows[1] : nullptr;
-    m_old = row_count == 3 ? rows[2] : nullptr;
+    m_mid = rows[1];
+    m_old = rows[2];
     for (Range& r : m_ranges) r = Range{end, first - 1};
 
-    // Sub-sample centres lie at sy + 0.5 in the scaled polygon.
     const double x_min = static_cast<double>(first) * S;
     const double x_max = static_cast<double>(end) * S;
     for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy) {
@@ -157,46 +347,16 @@ class AAScan {
       const int shift = S * j;
       Word* row = m_new;
       Range& touched = m_ranges[0];
-      if (m_p == 0) {
-        // Only the end words are written now; the whole words between them
-        // are noted with the span and set, where needed, at the flush.
-        QvLong& count = m_extentCount[j];
-        Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-        m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
-          const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
-          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
-          SetEnds(row, shift, left, right, a, b, touched);
-          if (b - a <= kShortSpan) {
-            const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
-            for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
-          } else {
-            extents[count++] = Range{a, b};
-          }
-        });
-      } else {
-        m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
-          const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
-          const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
-          SetEnds(row, shift, left, right, a, b, touched);
-          const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
-          for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
-        });
-      }
-      if (((sy + 1) & (S - 1)) == 0) {
-        const std::int64_t py = (sy + 1) / S - 1;
-        if (m_p == 0)
-          FlushPlain(static_cast<QvLong>(py));
-        else
-          FlushFiltered(static_cast<QvLong>(py), py0);
-      }
+      m_walker.SpansAndStep(x_min, x_max, [&, row, shift](std::int64_t left, std::int64_t right) {
+        const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+        const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+        SetEnds(row, shift, left, right, a, b, touched);
+        const Word full = static_cast<Word>(Mask<S>::kSubRow << shift);
+        for (QvLong x = a + 1; x < b; ++x) row[x] |= full;
+      });
+      if (j == S - 1) FlushFiltered(static_cast<QvLong>((sy + 1) / S - 1), py0);
     }
   }
-
- private:
-  struct Range {
-    QvLong first;
-    QvLong last;
-  };
 
   void Clear(Word* row, Range& range) noexcept {
     if (range.first <= range.last)
@@ -219,182 +379,6 @@ class AAScan {
       row[a] |= static_cast<Word>(head << shift);
       row[b] |= static_cast<Word>(tail << shift);
     }
-  }
-
-  T Value(Word w) const noexcept {
-    return m_opaqueCoverage ? static_cast<T>(CoverageByteTable[w & 0xFFFFu])
-                            : m_store(Mask<S>::Count(w));
-  }
-
-  // Flush without a filter. Spans of one sub-row never share a sub-sample
-  // with the whole words of another span of it, so a word that lies between
-  // the end words of a long span in every sub-row was never written: it is a
-  // full pixel, and clean. Those words form the intersection over the sub-rows
-  // of the long spans' interiors; the other interior words of long spans get
-  // their bits here, and only the rest of the touched range is counted. Short
-  // spans set their whole words as they come: they would rarely hold a full
-  // pixel, and noting them costs more than the few words.
-  void FlushPlain(QvLong py) noexcept {
-    Range& touched = m_ranges[0];
-    if (touched.first <= touched.last) {
-      // Spans of a list that crossings which are not numbers have disordered
-      // may overlap and write inside each other's whole words: then every
-      // word is counted, and so cleared.
-      const bool ordered = m_walker.Ordered();
-      bool aligned = ordered;
-      for (int j = 1; j < S; ++j) aligned &= m_extentCount[j] == m_extentCount[0];
-      const std::size_t full_count = aligned ? AlignedFullWords() : ordered ? FullWords() : 0;
-      const Range* full = m_full;
-      for (int j = 0; j < S; ++j) {
-        const Word bits = static_cast<Word>(Mask<S>::kSubRow << (S * j));
-        const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-        if (aligned) {
-          // The k-th full range, if any, lies inside the k-th span of every
-          // sub-row: the span's words are those on either side of it.
-          const Range* groups = m_scratch;
-          for (QvLong k = 0; k < m_extentCount[j]; ++k) {
-            const QvLong first = extents[k].first + 1;
-            const QvLong last = extents[k].last - 1;
-            const Range g = groups[k];
-            if (g.first <= g.last) {
-              for (QvLong w = first; w < g.first; ++w) m_new[w] |= bits;
-              for (QvLong w = g.last + 1; w <= last; ++w) m_new[w] |= bits;
-            } else {
-              for (QvLong w = first; w <= last; ++w) m_new[w] |= bits;
-            }
-          }
-          continue;
-        }
-        std::size_t f = 0;
-        for (QvLong k = 0; k < m_extentCount[j]; ++k) {
-          QvLong x = extents[k].first + 1;
-          const QvLong last = extents[k].last - 1;
-          while (x <= last) {
-            while (f < full_count && full[f].last < x) ++f;
-            if (f < full_count && full[f].first <= x) {
-              x = full[f].last + 1;
-              continue;
-            }
-            const QvLong end = f < full_count ? std::min(last, full[f].first - 1) : last;
-            for (QvLong w = x; w <= end; ++w) m_new[w] |= bits;
-            x = end + 1;
-          }
-        }
-      }
-
-      T* out = m_raster.Row(py);
-      QvLong x = touched.first;
-      for (std::size_t f = 0; f < full_count; ++f) {
-        WriteCounted(out, x, full[f].first - 1);
-        std::fill(out + full[f].first, out + full[f].last + 1, m_fullValue);
-        x = full[f].last + 1;
-      }
-      WriteCounted(out, x, touched.last);
-    }
-    for (QvLong& count : m_extentCount) count = 0;
-    touched = Range{m_end, m_first - 1};
-  }
-
-  // Counts words from..to and clears them. Most words between shapes are
-  // zero: they are skipped eight at a time. The choice of table or count is
-  // made once a call, not once a pixel.
-  void WriteCounted(T* out, QvLong from, QvLong to) noexcept {
-    if (m_opaqueCoverage)
-      WriteCountedBy<true>(out, from, to);
-    else
-      WriteCountedBy<false>(out, from, to);
-  }
-
-  template <bool Opaque>
-  T ValueBy(Word w) const noexcept {
-    if constexpr (Opaque)
-      return static_cast<T>(CoverageByteTable[w & 0xFFFFu]);
-    else
-      return m_store(Mask<S>::Count(w));
-  }
-
-  template <bool Opaque>
-  void WriteCountedBy(T* out, QvLong from, QvLong to) noexcept {
-    Word* words = m_new;
-    QvLong x = from;
-    for (; x + 8 <= to + 1; x += 8) {
-      Word* w = words + x;
-      const Word any = w[0] | w[1] | w[2] | w[3] | w[4] | w[5] | w[6] | w[7];
-      T* o = out + x;
-      if (any == 0) {
-        std::fill(o, o + 8, m_zeroValue);
-        continue;
-      }
-      o[0] = ValueBy<Opaque>(w[0]);
-      o[1] = ValueBy<Opaque>(w[1]);
-      o[2] = ValueBy<Opaque>(w[2]);
-      o[3] = ValueBy<Opaque>(w[3]);
-      o[4] = ValueBy<Opaque>(w[4]);
-      o[5] = ValueBy<Opaque>(w[5]);
-      o[6] = ValueBy<Opaque>(w[6]);
-      o[7] = ValueBy<Opaque>(w[7]);
-      std::fill(w, w + 8, Word{0});
-    }
-    for (; x <= to; ++x) {
-      out[x] = ValueBy<Opaque>(words[x]);
-      words[x] = 0;
-    }
-  }
-
-  // When every sub-row holds as many long spans, the k-th spans of the
-  // sub-rows usually cover the same stretch of one shape: the words inside all
-  // of them are full. m_scratch[k] receives that range of the k-th spans
-  // (empty when they do not overlap) and m_full the non-empty ones in order;
-  // returns their count. Full words missed by the pairing are merely counted.
-  std::size_t AlignedFullWords() noexcept {
-    std::size_t count = 0;
-    const Range* extents = m_extents.data();
-    for (QvLong k = 0; k < m_extentCount[0]; ++k) {
-      QvLong first = extents[k].first;
-      QvLong last = extents[k].last;
-      for (int j = 1; j < S; ++j) {
-        const Range& e = extents[static_cast<std::size_t>(j) * m_extentCapacity + static_cast<std::size_t>(k)];
-        first = std::max(first, e.first);
-        last = std::min(last, e.last);
-      }
-      m_scratch[k] = Range{first + 1, last - 1};
-      if (first + 1 <= last - 1) m_full[count++] = m_scratch[k];
-    }
-    return count;
-  }
-
-  // The words inside a span in every sub-row, as sorted disjoint ranges in
-  // m_full; returns their count.
-  std::size_t FullWords() noexcept {
-    std::size_t count = 0;
-    for (int j = 0; j < S; ++j) {
-      const Range* extents = m_extents.data() + static_cast<std::size_t>(j) * m_extentCapacity;
-      std::size_t next = 0;
-      if (j == 0) {
-        for (QvLong k = 0; k < m_extentCount[j]; ++k)
-          if (extents[k].first + 1 <= extents[k].last - 1)
-            m_full[next++] = Range{extents[k].first + 1, extents[k].last - 1};
-      } else {
-        std::size_t f = 0;
-        QvLong k = 0;
-        const Range* full = m_full;
-        Range* out = m_scratch;
-        const QvLong extent_count = m_extentCount[j];
-        while (f < count && k < extent_count) {
-          const QvLong lo = std::max(full[f].first, extents[k].first + 1);
-          const QvLong hi = std::min(full[f].last, extents[k].last - 1);
-          if (lo <= hi) out[next++] = Range{lo, hi};
-          if (full[f].last < extents[k].last - 1)
-            ++f;
-          else
-            ++k;
-        }
-        std::swap(m_full, m_scratch);
-      }
-      count = next;
-      if (count == 0) break;
-    }
-    return count;
   }
 
   void FlushFiltered(QvLong py, std::int64_t py0) noexcept {
@@ -472,24 +456,26 @@ class AAScan {
   PollFunction m_poll;
   QvLong m_radius;
   Store<T> m_store;
-  bool m_opaqueCoverage;
   bool m_pollEverySubRow;
+  QvLong m_numPoints;
   QvLong m_p = 0;
   std::int64_t m_xLo = 0, m_xHi = 0, m_yLo = 0, m_yHi = 0;
   QvLong m_first = 0, m_end = 0;
+  // Pixel value by count, for the unfiltered path; a count is at most 64.
+  T m_values[256] = {};
+  // Unfiltered: the count differences of the pixel row, one cell a pixel
+  // column and one past the last, indexed by the column; and room for the
+  // spans of one sub-row when they must be sorted.
+  std::vector<std::int8_t> m_deltaStore;
+  std::int8_t* m_delta = nullptr;
+  std::unique_ptr<Span[]> m_spans;
+  // The widest stretch without differences of each sub-row of the pixel row.
+  Range m_wide[S] = {};
+  // Filtered: the three rows of mask words and their touched ranges.
   Word* m_new = nullptr;
   Word* m_mid = nullptr;
   Word* m_old = nullptr;
   Range m_ranges[3] = {};
-  // The long spans of each sub-row of the pixel row, then two rows of ranges
-  // for the intersection of their interiors.
-  std::vector<Range> m_extents;
-  Range* m_full = nullptr;
-  Range* m_scratch = nullptr;
-  std::size_t m_extentCapacity = 0;
-  QvLong m_extentCount[S] = {};
-  T m_fullValue = T(0);
-  T m_zeroValue = T(0);
 };
 
 }  // namespace

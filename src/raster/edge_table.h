@@ -37,20 +37,18 @@ QvLong saturate_to_long(double value) noexcept;
 QvLong build_vertex_table(const QvPoint2<double>* points, const QvPointTag* tags,
                           QvULong count, double scale, CFillContext& context);
 
-// Floor and ceiling without a library call: the baseline instruction set has
-// no rounding instruction, and the span makers round twice a span. Exact for
-// every double; values beyond 2^52 are integers already. One magnitude test
-// sends NaN, huge and infinite values back as they are.
-inline double floor_exact(double v) noexcept {
-  if (!(std::fabs(v) < 4503599627370496.0)) return v;
-  const double t = static_cast<double>(static_cast<std::int64_t>(v));
-  return t > v ? t - 1.0 : t;
+// Ceiling and floor of a span's ends without a library call (the baseline
+// instruction set has no rounding instruction). The ends are first limited to
+// the box, so that they are finite and within range of an integer; truncation
+// is then off by one only where it went the wrong way.
+inline std::int64_t ceil_in_box(double v) noexcept {
+  const auto t = static_cast<std::int64_t>(v);
+  return t + (static_cast<double>(t) < v ? 1 : 0);
 }
 
-inline double ceil_exact(double v) noexcept {
-  if (!(std::fabs(v) < 4503599627370496.0)) return v;
-  const double t = static_cast<double>(static_cast<std::int64_t>(v));
-  return t < v ? t + 1.0 : t;
+inline std::int64_t floor_in_box(double v) noexcept {
+  const auto t = static_cast<std::int64_t>(v);
+  return t - (static_cast<double>(t) > v ? 1 : 0);
 }
 
 // The active edge list over one scan line at a time. Advance() brings in the
@@ -66,7 +64,8 @@ class EdgeWalker {
         m_vertices(context.vertices),
         m_edges(context.activeEdges),
         m_numPoints(num_points),
-        m_winding(winding) {}
+        m_winding(winding),
+        m_nextY(NextY()) {}
 
   void Advance(double lower, double upper) noexcept;
 
@@ -85,11 +84,14 @@ class EdgeWalker {
   //
   // Even-odd: pairs of crossings. x_min and x_max bound the columns written
   // (x_max exclusive); ceiling and floor of the crossings keep centres on
-  // either crossing inside.
+  // either crossing inside. Limiting a crossing to the box before rounding
+  // gives the same column as rounding first, since the limits are whole;
+  // ends that cross over after limiting make no span either way.
   template <class SpanFn>
   void EvenOddSpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
     FillEdge* e = m_edges;
     const QvLong count = m_active;
+    const double x_last = x_max - 1;
     double previous = -kInfinity;
     bool inverted = false;
     QvLong k = 0;
@@ -103,13 +105,12 @@ class EdgeWalker {
       inverted |= (previous > next0) | (next0 > next1);
       previous = next1;
       if (!(x0 < x1)) continue;
-      double left = ceil_exact(x0);
-      if (left < x_min) left = x_min;
-      double right = floor_exact(x1);
-      if (left <= right && left < x_max) {
-        if (right > x_max - 1) right = x_max - 1;
-        if (left <= right)
-          span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));
+      const double lo = x0 < x_min ? x_min : x0;
+      const double hi = x1 > x_last ? x_last : x1;
+      if (lo <= hi) {
+        const std::int64_t left = ceil_in_box(lo);
+        const std::int64_t right = floor_in_box(hi);
+        if (left <= right) span(left, right);
       }
     }
     if (k < count) {
@@ -126,6 +127,7 @@ class EdgeWalker {
   void WindingSpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
     FillEdge* e = m_edges;
     const QvLong count = m_active;
+    const double x_last = x_max - 1;
     double previous = -kInfinity;
     bool inverted = false;
     auto take = [e, &previous, &inverted](QvLong i) noexcept {
@@ -147,12 +149,13 @@ class EdgeWalker {
         sum += e[k].direction;
         ++k;
       }
-      double left = ceil_exact(x0);
-      if (left < x_min) left = x_min;
-      double right = sum == 0 ? floor_exact(x1) : x_max - 1;
-      if (left < x_max && x0 < x1 && left <= right) {
-        if (right > x_max - 1) right = x_max - 1;
-        span(static_cast<std::int64_t>(left), static_cast<std::int64_t>(right));
+      if (!(x0 < x1)) continue;
+      const double lo = x0 < x_min ? x_min : x0;
+      const double hi = sum == 0 && x1 < x_last ? x1 : x_last;
+      if (lo <= hi) {
+        const std::int64_t left = ceil_in_box(lo);
+        const std::int64_t right = floor_in_box(hi);
+        if (left <= right) span(left, right);
       }
     }
     m_inverted |= inverted;
@@ -167,8 +170,16 @@ class EdgeWalker {
   }
 
  private:
+  void HandleVertex(const FillVertex& v, double lower, double upper) noexcept;
   void HandleEdge(QvLong key, QvLong near_index, QvLong far_index, double lower,
                   double upper) noexcept;
+  bool Replace(QvLong old_key, QvLong key, QvLong near_index, QvLong far_index,
+               double upper) noexcept;
+  // Fills in the edge; false when its crossing is not a number or its slope
+  // is not finite.
+  bool MakeEdge(FillEdge& e, QvLong key, QvLong near_index, QvLong far_index,
+                double upper) noexcept;
+  QvLong Find(QvLong key) const noexcept;
   void Remove(QvLong key) noexcept;
   void SortByX() noexcept;
 
@@ -183,16 +194,27 @@ class EdgeWalker {
   // order; stepping and an append can break it.
   bool m_inverted = false;
   bool m_ordered = true;
+  // The height of the next vertex to come in, or infinity when none is left:
+  // most scan lines reach no vertex and look no further than this.
+  double m_nextY;
+
+  double NextY() const noexcept {
+    return m_next < m_numPoints ? m_points[m_vertices[m_next].index].y : kInfinity;
+  }
 };
 
 // Inline: it runs once a scan line, or once a sub-sample row.
 inline void EdgeWalker::Advance(double lower, double upper) noexcept {
-  while (m_next < m_numPoints) {
-    const FillVertex& v = m_vertices[m_next];
-    if (upper < m_points[v.index].y) break;
-    HandleEdge(v.prev, v.index, v.prev, lower, upper);
-    HandleEdge(v.index, v.index, v.next, lower, upper);
-    ++m_next;
+  // A height that is not a number compares false and so comes in at once,
+  // as it would in the walk itself.
+  if (!(upper < m_nextY)) {
+    while (m_next < m_numPoints) {
+      const FillVertex& v = m_vertices[m_next];
+      if (upper < m_points[v.index].y) break;
+      HandleVertex(v, lower, upper);
+      ++m_next;
+    }
+    m_nextY = NextY();
   }
   if (m_inverted) {
     SortByX();
