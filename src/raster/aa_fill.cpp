@@ -173,6 +173,14 @@ class AAScan {
     double centre = static_cast<double>(py0 * S) + 0.5;
     for (std::int64_t sy = py0 * S; sy < py1 * S; ++sy, centre += 1.0) {
       const int j = static_cast<int>(sy & (S - 1));
+      if (j == 0 && m_walker.Steady(centre + (S - 1))) {
+        // Most pixel rows of a large convex shape have two edges and no
+        // vertex: a lean walk of the whole pixel row.
+        if (!SteadyPixelRow<kWinding>(sy, x_min, x_max)) return;
+        sy += S - 1;
+        centre += S - 1;
+        continue;
+      }
       if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return;
       m_walker.Advance(centre - 1.0, centre);
       std::int8_t* delta = m_delta;
@@ -246,6 +254,37 @@ class AAScan {
         touched = none;
       }
     }
+  }
+
+  // One pixel row whose sub-rows all see the same two edges and no vertex,
+  // from sub-row `sy`: the same polls, spans and flush as
+  // the general walk, one span a sub-row at the most. False when the poll
+  // asked to stop.
+  template <bool kWinding>
+  bool SteadyPixelRow(std::int64_t sy, double x_min, double x_max) {
+    std::int8_t* delta = m_delta;
+    Range touched{m_end, m_first - 1};
+    for (int j = 0; j < S; ++j) {
+      if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return false;
+      Range wide{m_end, m_first - 1};
+      m_walker.template PairSpanAndStep<kWinding>(
+          x_min, x_max, [&](std::int64_t left, std::int64_t right) {
+            const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
+            const auto b = static_cast<QvLong>(right >> Mask<S>::kShift);
+            if (a < touched.first) touched.first = a;
+            if (b > touched.last) touched.last = b;
+            AddSpan(delta, left, right, a, b);
+            if (b - a > 2) wide = Range{a + 2, b - 1};
+          });
+      m_wide[j] = wide;
+    }
+    Range quiet = m_wide[0];
+    for (int k = 1; k < S; ++k) {
+      quiet.first = std::max(quiet.first, m_wide[k].first);
+      quiet.last = std::min(quiet.last, m_wide[k].last);
+    }
+    FlushCounts(static_cast<QvLong>((sy + S) / S - 1), touched, quiet);
+    return true;
   }
 
   static void Touch(Range& touched, std::int64_t left, std::int64_t right) noexcept {

@@ -161,6 +161,51 @@ class EdgeWalker {
     m_inverted |= inverted;
   }
 
+  // The height of the next vertex to come in; infinity when none is left.
+  double PendingY() const noexcept { return m_nextY; }
+
+  // True when the walk holds exactly two edges in order and no scan line up
+  // to `upper` reaches a vertex: until then each scan line needs nothing but
+  // PairSpanAndStep, in place of Advance and the span maker.
+  bool Steady(double upper) const noexcept {
+    return m_active == 2 && m_ordered && upper < m_nextY;
+  }
+
+  // Advance and the span maker of the rule, for a steady pair: the one
+  // possible span of the scan line, and both crossings moved on. A pair that
+  // crossed over on the last step is put back in order first, as the sort
+  // would.
+  template <bool kWinding, class SpanFn>
+  void PairSpanAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
+    FillEdge* e = m_edges;
+    if (m_inverted && e[1].x < e[0].x) {
+      const FillEdge t = e[0];
+      e[0] = e[1];
+      e[1] = t;
+    }
+    const double x0 = e[0].x;
+    const double x1 = e[1].x;
+    const double next0 = x0 + e[0].dxdy;
+    const double next1 = x1 + e[1].dxdy;
+    e[0].x = next0;
+    e[1].x = next1;
+    m_inverted = next0 > next1;
+    // Under the winding rule the first edge opens a run (its direction is
+    // never zero) that the second closes unless both run the same way; then
+    // the run reaches the far side of the box.
+    const bool closes = !kWinding || e[0].direction + e[1].direction == 0;
+    if (kWinding && e[0].direction == 0) return;
+    if (!(x0 < x1)) return;
+    const double x_last = x_max - 1;
+    const double lo = x0 < x_min ? x_min : x0;
+    const double hi = closes && x1 < x_last ? x1 : x_last;
+    if (lo <= hi) {
+      const std::int64_t left = ceil_in_box(lo);
+      const std::int64_t right = floor_in_box(hi);
+      if (left <= right) span(left, right);
+    }
+  }
+
   template <class SpanFn>
   void SpansAndStep(double x_min, double x_max, SpanFn&& span) noexcept {
     if (m_winding)

@@ -247,6 +247,61 @@ TEST(AAFill, SharedSidesCountOnce) {
   }
 }
 
+// Large convex polygons and hourglasses (two sides crossing between their
+// ends) without a filter: most pixel rows hold just two edges and reach no
+// vertex, and in an hourglass the pair swaps places inside such rows.
+TEST(AAFill, TwoEdgeRowsMatchBruteForce) {
+  std::mt19937 rng(83);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  for (int trial = 0; trial < 48; ++trial) {
+    const int s = trial % 2 == 0 ? 4 : 8;
+    const bool winding = (trial / 2) % 2 == 1;
+    const bool hourglass = trial % 8 >= 4;
+    SCOPED_TRACE(testing::Message() << "trial " << trial << " s " << s
+                                    << (winding ? " winding" : " even-odd")
+                                    << (hourglass ? " hourglass" : " convex"));
+    Polygon polygon;
+    if (hourglass) {
+      const double y0 = -2.0 + 4.0 * u(rng), y1 = 24.0 + 6.0 * u(rng);
+      const double a = -3.0 + 20.0 * u(rng), b = 30.0 + 22.0 * u(rng);
+      const double c = -3.0 + 20.0 * u(rng), d = 30.0 + 22.0 * u(rng);
+      polygon = {{a, y0}, {b, y0}, {c, y1}, {d, y1}};
+    } else {
+      const double cx = 24.0 + 4.0 * u(rng), cy = 14.0 + 2.0 * u(rng);
+      const double rx = 10.0 + 20.0 * u(rng), ry = 8.0 + 8.0 * u(rng);
+      const int n = 3 + static_cast<int>(rng() % 14);
+      const double turn = trial % 3 == 0 ? -1.0 : 1.0;
+      for (int k = 0; k < n; ++k) {
+        const double t = turn * 6.283185307179586 * (k + 0.8 * u(rng)) / n;
+        polygon.push_back({cx + rx * std::cos(t), cy + ry * std::sin(t)});
+      }
+    }
+    FillBox box{0, 0, 48, 28};
+    if (trial % 6 == 5) box = {5, 3, 38, 21};
+    expect_reference_fill<unsigned char>({polygon}, params(s, 0, 1.0, winding), box,
+                                         trial % 5 == 2);
+    if (trial % 4 == 1)
+      expect_reference_fill<float>({polygon}, params(s, 0, 0.75, winding), box, false);
+  }
+}
+
+// A poll that stops the scan inside a pixel row of two edges and no vertex
+// leaves that row unwritten and the rows before it whole.
+TEST(AAFill, PollStopsInsideTwoEdgeRow) {
+  static int calls;
+  struct Poll {
+    static QvLong sixth(void) { return ++calls == 6 ? 1 : 0; }
+  };
+  const Polygon square = {{1, 1}, {5, 1}, {5, 5}, {1, 5}};
+  calls = 0;
+  QvRaster<unsigned char> image(8, 8, 0);
+  aa({square}, {1, 1, 5, 5}, params(4, 0, 1.0, true), image, &Poll::sixth);
+  EXPECT_EQ(6, calls);
+  EXPECT_EQ(255, qvtest::pixel(image, 2, 1));
+  EXPECT_EQ(0, qvtest::pixel(image, 2, 2));
+  EXPECT_EQ(0, qvtest::pixel(image, 2, 3));
+}
+
 double constant_profile(double) { return 0.5; }
 
 TEST(SoftKernel, HalfWidthAndProfiles) {
