@@ -264,9 +264,14 @@ class AAScan {
   bool SteadyPixelRow(std::int64_t sy, double x_min, double x_max) {
     std::int8_t* delta = m_delta;
     Range touched{m_end, m_first - 1};
+    // A span from a to b leaves a + 2 .. b - 1 without differences, a range
+    // that is empty just when the span is too short to count as wide; the
+    // quiet stretch is the intersection over the sub-rows, and empty when a
+    // sub-row has no span.
+    Range quiet{std::numeric_limits<QvLong>::min(), std::numeric_limits<QvLong>::max()};
+    int spans = 0;
     for (int j = 0; j < S; ++j) {
       if (m_poll != nullptr && (m_pollEverySubRow || j == 0) && m_poll() != 0) return false;
-      Range wide{m_end, m_first - 1};
       m_walker.template PairSpanAndStep<kWinding>(
           x_min, x_max, [&](std::int64_t left, std::int64_t right) {
             const auto a = static_cast<QvLong>(left >> Mask<S>::kShift);
@@ -274,15 +279,12 @@ class AAScan {
             if (a < touched.first) touched.first = a;
             if (b > touched.last) touched.last = b;
             AddSpan(delta, left, right, a, b);
-            if (b - a > 2) wide = Range{a + 2, b - 1};
+            quiet.first = std::max(quiet.first, a + 2);
+            quiet.last = std::min(quiet.last, b - 1);
+            ++spans;
           });
-      m_wide[j] = wide;
     }
-    Range quiet = m_wide[0];
-    for (int k = 1; k < S; ++k) {
-      quiet.first = std::max(quiet.first, m_wide[k].first);
-      quiet.last = std::min(quiet.last, m_wide[k].last);
-    }
+    if (spans < S) quiet = Range{m_end, m_first - 1};
     FlushCounts(static_cast<QvLong>((sy + S) / S - 1), touched, quiet);
     return true;
   }
