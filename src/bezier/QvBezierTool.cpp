@@ -185,7 +185,7 @@ void QvBezierTool::PMSOFD(const QvPoint2<double>* points, QvULong depth) {
 }
 
 // Forward differences of step 2^-k at the start of the leaf, from its Bezier differences. The
-// powers of two are applied with ldexp, exactly, per axis.
+// powers of two are applied exactly, per axis.
 void QvBezierTool::ContextInitTwo() {
   const QvULong n = m_degree;
   const int k = static_cast<int>(m_log2Steps);
@@ -200,8 +200,8 @@ void QvBezierTool::ContextInitTwo() {
       const QvPoint2<double>& d = m_differenceTable[level_offset(n, j)];
       const double c = static_cast<double>(qv::internal::conversion_table(n, j, i));
       const int e = -static_cast<int>(j) * k;
-      x += std::ldexp(c * d.x, e);
-      y += std::ldexp(c * d.y, e);
+      x += qv::internal::times_power_of_two(c * d.x, e);
+      y += qv::internal::times_power_of_two(c * d.y, e);
     }
     m_forwardDifferences[i - 1] = QvPoint2<double>(x, y);
   }

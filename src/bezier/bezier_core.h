@@ -8,6 +8,8 @@
 #include <qv/QvTypes.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 namespace qv::internal {
 
@@ -68,13 +70,26 @@ inline QvPoint2<double> midpoint(const QvPoint2<double>& a, const QvPoint2<doubl
 inline QvPoint3<double> midpoint(const QvPoint3<double>& a, const QvPoint3<double>& b) {
   return QvPoint3<double>((a.x + b.x) * 0.5, (a.y + b.y) * 0.5, (a.z + b.z) * 0.5);
 }
+// x * 2^exponent, rounded once, as ldexp gives it. While 2^exponent is a normal double the product
+// by it is that same correctly rounded result, and costs a multiply instead of a library call; this
+// runs for every leaf of every flattened curve.
+inline double times_power_of_two(double x, int exponent) {
+  if (exponent < -1022 || exponent > 1023) return std::ldexp(x, exponent);
+  const std::uint64_t bits = static_cast<std::uint64_t>(exponent + 1023) << 52;
+  double power;
+  std::memcpy(&power, &bits, sizeof power);
+  return x * power;
+}
+
 // factor * v, then an exact power-of-two scale per axis, so that the differences lose no bits.
 inline QvPoint2<double> scaled(const QvPoint2<double>& v, double factor, int exponent) {
-  return QvPoint2<double>(std::ldexp(factor * v.x, exponent), std::ldexp(factor * v.y, exponent));
+  return QvPoint2<double>(times_power_of_two(factor * v.x, exponent),
+                          times_power_of_two(factor * v.y, exponent));
 }
 inline QvPoint3<double> scaled(const QvPoint3<double>& v, double factor, int exponent) {
-  return QvPoint3<double>(std::ldexp(factor * v.x, exponent), std::ldexp(factor * v.y, exponent),
-                          std::ldexp(factor * v.z, exponent));
+  return QvPoint3<double>(times_power_of_two(factor * v.x, exponent),
+                          times_power_of_two(factor * v.y, exponent),
+                          times_power_of_two(factor * v.z, exponent));
 }
 
 inline QvPoint2<double> divided(const QvPoint2<double>& v, double d) {

@@ -2,7 +2,9 @@
 #include <qv/QvBezierTool.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "bezier/bezier_core.h"
@@ -55,6 +57,22 @@ TEST(BezierCore, DepthAndStepCounts) {
 // subdivision midpoints remain. Along (3, 4) at 0, 70, 80, 100, |T3| = 350 gives depth 2, and the
 // midpoints fall at t = 1/4, 1/2, 3/4 exactly. Along x at 0, 0, 0, e, |T3| = e: at tolerance 1,
 // 7.4 rounds to w = 7 and depth 0, 8 gives depth 1, 64 depth 2.
+// The leaf step scales by powers of two with a product; it must round exactly as ldexp does,
+// subnormal, overflowing and out-of-range exponents included.
+TEST(BezierCore, PowerOfTwoScaleMatchesLdexp) {
+  std::mt19937_64 rng(7);
+  std::uniform_real_distribution<double> mantissa(-2.0, 2.0);
+  std::uniform_int_distribution<int> exponent(-1200, 1200);
+  const double specials[] = {0.0, -0.0, 1e300, -1e-300, 4.9e-324, std::numeric_limits<double>::infinity()};
+  for (int i = 0; i < 200000; ++i) {
+    const double x = i < 6 ? specials[i] : std::ldexp(mantissa(rng), exponent(rng) / 2);
+    const int e = exponent(rng);
+    const double want = std::ldexp(x, e), got = qv::internal::times_power_of_two(x, e);
+    ASSERT_EQ(0, std::memcmp(&want, &got, sizeof want)) << x << " * 2^" << e;
+  }
+  EXPECT_TRUE(std::isnan(qv::internal::times_power_of_two(std::nan(""), -3)));
+}
+
 TEST(BezierFlatten, StraightUnevenCubicGivesMidpointsOnly) {
   const double s[] = {0, 42.34375, 68.75, 85.78125, 100};
   const QvPoint2<double> pd[4] = {{0, 0}, {210, 280}, {240, 320}, {300, 400}};
