@@ -1,6 +1,7 @@
 #include <qv/QvBaseFCurve.h>
 
 #include "fcurve/userdata_store.h"
+#include "foundation/byte_order.h"
 
 #include <qv/QvBooleanFCurve.h>
 #include <qv/QvIntegerFCurve.h>
@@ -54,16 +55,6 @@ QvLong QvBaseFCurve::GetLockCount() const {
 
 namespace {
 
-QvULong read_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
-
-// A body can only be looked at as far as the length word in front of it allows.
-QvULong body_length(const void* body) {
-  return read_u32(static_cast<const unsigned char*>(body) - 4);
-}
-
 QvBaseFCurve* make_curve_of_kind(QvBaseFCurve::Kind kind) {
   switch (kind) {
     case QvBaseFCurve::KindStandard:
@@ -92,7 +83,7 @@ QvBaseFCurve::Kind QvBaseFCurve_GetKindFromBufferBody(const void* body) {
   const unsigned char* bytes = static_cast<const unsigned char*>(body);
   // Only the oldest standard body has a version word below 256.
   if (bytes[1] == 0 && bytes[2] == 0 && bytes[3] == 0) return QvBaseFCurve::KindStandard;
-  switch (read_u32(bytes + 4)) {
+  switch (qv::internal::load_u32(bytes + 4)) {
     case QvBaseFCurve::KindBoolean:
       return QvBaseFCurve::KindBoolean;
     case QvBaseFCurve::KindInteger:
@@ -113,7 +104,8 @@ QvLong QvBaseFCurve_CreateFromBufferBody(const void* body, QvBaseFCurve** out) {
   QvBaseFCurve* curve = nullptr;
   try {
     // Every body holds at least a version and a kind word.
-    if (body_length(body) >= 8) curve = make_curve_of_kind(QvBaseFCurve_GetKindFromBufferBody(body));
+    if (qv::internal::body_length(body) >= 8)
+      curve = make_curve_of_kind(QvBaseFCurve_GetKindFromBufferBody(body));
     if (curve != nullptr && curve->ReadFromBufferBody(body) != 0) {
       *out = curve;
       return 1;

@@ -17,10 +17,10 @@
 
 using qv::internal::get_f32;
 using qv::internal::get_f64;
-using qv::internal::get_u32;
+using qv::internal::load_u32;
 using qv::internal::put_f32;
 using qv::internal::put_f64;
-using qv::internal::put_u32;
+using qv::internal::store_u32;
 
 namespace {
 
@@ -43,11 +43,11 @@ QvULong QvQuatFCurve::WriteToBuffer(void* buffer) const {
   const QvULong size = GetBufferSize();
   const QvULong n = c.GetNumKeys();
   unsigned char* p = static_cast<unsigned char*>(buffer);
-  put_u32(p, size - 4);
-  put_u32(p + 4, kVersionWritten);
-  put_u32(p + 8, static_cast<QvULong>(KindQuat));
-  put_u32(p + 12, m_component);
-  put_u32(p + 16, n);
+  store_u32(p, size - 4);
+  store_u32(p + 4, kVersionWritten);
+  store_u32(p + 8, static_cast<QvULong>(KindQuat));
+  store_u32(p + 12, m_component);
+  store_u32(p + 16, n);
   p += 20;
   for (QvULong i = 0; i < n; ++i) {
     const QvQuatKey k = c.GetKey(i);
@@ -70,8 +70,8 @@ QvULong QvQuatFCurve::WriteToBuffer(void* buffer) const {
   put_f64(p, none.x);
   put_f64(p + 8, none.y);
   put_f64(p + 16, none.z);
-  put_u32(p + 24, static_cast<QvULong>(c.IsReadOnly()));
-  put_u32(p + 28, static_cast<QvULong>(c.GetExtrapolationMethod()));
+  store_u32(p + 24, static_cast<QvULong>(c.IsReadOnly()));
+  store_u32(p + 28, static_cast<QvULong>(c.GetExtrapolationMethod()));
   WriteUserDataToBuffer(p + 32);
   return size;
 }
@@ -81,23 +81,23 @@ QvULong QvQuatFCurve::WriteToBuffer(void* buffer) const {
 QvULong QvQuatFCurve::ReadFromBufferBody(const void* data) {
   if (data == nullptr) return 0;
   const unsigned char* body = static_cast<const unsigned char*>(data);
-  const std::uint64_t length = get_u32(body - 4);
+  const std::uint64_t length = load_u32(body - 4);
   try {
     if (length < 8) return 0;
-    const QvULong version = get_u32(body);
-    if (get_u32(body + 4) != static_cast<QvULong>(KindQuat)) return 0;
+    const QvULong version = load_u32(body);
+    if (load_u32(body + 4) != static_cast<QvULong>(KindQuat)) return 0;
     std::uint64_t at = 8;
     QvULong component = m_component;
     if (version == kVersionWritten) {
       if (length < at + 4) return 0;
-      component = get_u32(body + at);
+      component = load_u32(body + at);
       at += 4;
       if (component > 2) return 0;
     } else if (version != kVersionWithoutComponent) {
       return 0;
     }
     if (length < at + 4) return 0;
-    const std::uint64_t n = get_u32(body + at);
+    const std::uint64_t n = load_u32(body + at);
     at += 4;
     if (length < at + kKeyBytes * n + 36) return 0;
     QvQuatFCurve scratch(component);
@@ -113,15 +113,15 @@ QvULong QvQuatFCurve::ReadFromBufferBody(const void* data) {
     }
     const unsigned char* tail = body + at;
     c.SetValueWhenNoKeys(QvPoint3<double>(get_f64(tail), get_f64(tail + 8), get_f64(tail + 16)));
-    c.SetReadOnlyConstraint(static_cast<QvLong>(get_u32(tail + 24)));
+    c.SetReadOnlyConstraint(static_cast<QvLong>(load_u32(tail + 24)));
     // A method outside 1 to 4 is not one this curve can hold; the default stays.
-    c.SetExtrapolationMethod(static_cast<QvLong>(get_u32(tail + 28)));
-    const std::uint64_t block = get_u32(tail + 32);
+    c.SetExtrapolationMethod(static_cast<QvLong>(load_u32(tail + 28)));
+    const std::uint64_t block = load_u32(tail + 32);
     at += 36;
     if (block != 0) {
       if (block < 5 || length < at + block) return 0;
       const unsigned char* start = body + at;
-      const QvULong block_version = get_u32(start);
+      const QvULong block_version = load_u32(start);
       if (block_version < 256 || block_version == 0xFFFFFFFFu) return 0;
       if (start[4] == 1 && scratch.ReadUserDataFromBufferBody(start) == 0) return 0;
       at += block;

@@ -14,9 +14,9 @@
 // Doubles that are not finite travel as 0.0 both ways.
 
 using qv::internal::BodyReader;
-using qv::internal::get_u32;
+using qv::internal::load_u32;
 using qv::internal::put_f64;
-using qv::internal::put_u32;
+using qv::internal::store_u32;
 
 namespace {
 
@@ -49,31 +49,31 @@ QvULong QvRawFCurve::WriteToBuffer(void* buffer) const {
   const QvRawFCurveImpl& body = *m_impl;
   const QvULong n = body.NumKeys();
   unsigned char* p = static_cast<unsigned char*>(buffer);
-  put_u32(p, size - 4);
-  put_u32(p + 4, kVersionWritten);
-  put_u32(p + 8, static_cast<QvULong>(KindRaw));
+  store_u32(p, size - 4);
+  store_u32(p + 4, kVersionWritten);
+  store_u32(p + 8, static_cast<QvULong>(KindRaw));
   put_f64(p + 12, body.m_valueWhenNoKeys);
   put_f64(p + 20, body.m_clampLow);
   put_f64(p + 28, body.m_clampHigh);
-  put_u32(p + 36, n);
+  store_u32(p + 36, n);
   p += 40;
   for (QvULong i = 0; i < n; ++i) {
     put_f64(p, body.KeyAt(i).parameter);
     put_f64(p + 8, body.KeyAt(i).value);
     p += 16;
   }
-  put_u32(p, body.m_hasAttributes ? kAttributesPresent : 0);
+  store_u32(p, body.m_hasAttributes ? kAttributesPresent : 0);
   p += 4;
   if (body.m_hasAttributes) {
     std::memset(p, 0, 2 * static_cast<std::size_t>(n));
     p += 2 * static_cast<std::size_t>(n);
   }
-  put_u32(p, kTagSettings);
+  store_u32(p, kTagSettings);
   p[4] = body.m_extrapolation;
   p[5] = body.m_readOnly != 0 ? 1 : 0;
   p += 6;
   p += WriteUserDataToBuffer(p);
-  put_u32(p, kTagTimeCurve);
+  store_u32(p, kTagTimeCurve);
   p[4] = body.m_isTimeCurve != 0 ? 1 : 0;
   return size;
 }
@@ -82,7 +82,7 @@ QvULong QvRawFCurve::WriteToBuffer(void* buffer) const {
 QvULong QvRawFCurve::ReadFromBufferBody(const void* data) {
   if (data == nullptr) return 0;
   const unsigned char* bytes = static_cast<const unsigned char*>(data);
-  BodyReader in(bytes, get_u32(bytes - 4));
+  BodyReader in(bytes, load_u32(bytes - 4));
   try {
     QvRawFCurve scratch(0.0);
     QvRawFCurveImpl& body = *scratch.m_impl;

@@ -1,6 +1,7 @@
 #include <qv/QvStdFCurve.h>
 
 #include "fcurve/QvStdFCurveImpl.h"
+#include "fcurve/buffer_bytes.h"
 
 #include <cmath>
 #include <cstdint>
@@ -21,85 +22,9 @@ constexpr QvULong kMarkerTimeCurve = 264;
 // Bytes of the user data block of a curve that has no store: size, version, "no data".
 constexpr QvULong kEmptyUserDataBlock = 9;
 
-double finite_or_zero(double v) { return std::isfinite(v) ? v : 0.0; }
-
-class Writer {
- public:
-  explicit Writer(unsigned char* p) : m_p(p) {}
-  void U8(unsigned v) { *m_p++ = static_cast<unsigned char>(v); }
-  void U16(unsigned v) {
-    U8(v & 0xFF);
-    U8((v >> 8) & 0xFF);
-  }
-  void U32(QvULong v) {
-    for (int i = 0; i < 4; ++i) U8((v >> (8 * i)) & 0xFF);
-  }
-  void F64(double v) {
-    std::uint64_t bits;
-    const double clean = finite_or_zero(v);
-    std::memcpy(&bits, &clean, 8);
-    for (int i = 0; i < 8; ++i) U8(static_cast<unsigned>((bits >> (8 * i)) & 0xFF));
-  }
-  unsigned char* At() const { return m_p; }
-  void Skip(QvULong n) { m_p += n; }
-
- private:
-  unsigned char* m_p;
-};
-
-// Reads within [begin, end); a read past the end fails and every later read gives zeros, so the
-// caller can test once at the end of a section.
-class Reader {
- public:
-  Reader(const unsigned char* begin, QvULong length) : m_p(begin), m_end(begin + length) {}
-  bool Ok() const { return m_ok; }
-  QvULong Left() const { return static_cast<QvULong>(m_end - m_p); }
-  const unsigned char* At() const { return m_p; }
-  bool Need(std::uint64_t n) {
-    if (!m_ok || n > static_cast<std::uint64_t>(m_end - m_p)) m_ok = false;
-    return m_ok;
-  }
-  unsigned U8() {
-    if (!Need(1)) return 0;
-    return *m_p++;
-  }
-  unsigned U16() {
-    const unsigned lo = U8();
-    return lo | (U8() << 8);
-  }
-  QvULong U32() {
-    if (!Need(4)) return 0;
-    QvULong v = 0;
-    for (int i = 0; i < 4; ++i) v |= static_cast<QvULong>(m_p[i]) << (8 * i);
-    m_p += 4;
-    return v;
-  }
-  double F64() {
-    if (!Need(8)) return 0.0;
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits |= static_cast<std::uint64_t>(m_p[i]) << (8 * i);
-    m_p += 8;
-    double v;
-    std::memcpy(&v, &bits, 8);
-    return finite_or_zero(v);
-  }
-  void Skip(QvULong n) {
-    if (Need(n)) m_p += n;
-  }
-  // Moves to a place inside the range that the caller has already checked.
-  void JumpTo(const unsigned char* p) { m_p = p; }
-
- private:
-  const unsigned char* m_p;
-  const unsigned char* m_end;
-  bool m_ok = true;
-};
-
-QvULong length_before(const void* body) {
-  const unsigned char* p = static_cast<const unsigned char*>(body) - 4;
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
-}
+using qv::internal::body_length;
+using Reader = qv::internal::BodyReader;
+using Writer = qv::internal::BodyWriter;
 
 bool coincides(const QvPoint2<double>& handle, double x, double y) {
   const double dx = handle.x - x;
@@ -216,7 +141,7 @@ QvULong QvStdFCurve::ReadFromBufferBody(const void* data) {
   try {
     QvStdFCurve scratch(0.0, FSBezierCubic);
     QvStdFCurveImpl& body = *scratch.m_impl;
-    Reader in(static_cast<const unsigned char*>(data), length_before(data));
+    Reader in(static_cast<const unsigned char*>(data), body_length(data));
     const QvULong version = in.U32();
     QvULong consumed = 0;
     if (!in.Ok() || version == 0 || (version >= 2 && version < 256)) return 0;

@@ -12,28 +12,28 @@
 // goes; key sets follow their keys through every edit that moves, scales, merges or deletes keys.
 
 using qv::internal::get_f64;
-using qv::internal::get_u16;
-using qv::internal::get_u32;
+using qv::internal::load_u16;
+using qv::internal::load_u32;
 using qv::internal::put_f64;
-using qv::internal::put_u16;
-using qv::internal::put_u32;
+using qv::internal::store_u16;
+using qv::internal::store_u32;
 
 namespace {
 
 constexpr QvULong kUserDataVersion = 256;
 
 void put_uid(unsigned char* p, const _pmbUID& id) {
-  put_u32(p, id.Data1);
-  put_u16(p + 4, id.Data2);
-  put_u16(p + 6, id.Data3);
+  store_u32(p, id.Data1);
+  store_u16(p + 4, id.Data2);
+  store_u16(p + 6, id.Data3);
   std::memcpy(p + 8, id.Data4, 8);
 }
 
 _pmbUID get_uid(const unsigned char* p) {
   _pmbUID id;
-  id.Data1 = get_u32(p);
-  id.Data2 = get_u16(p + 4);
-  id.Data3 = get_u16(p + 6);
+  id.Data1 = load_u32(p);
+  id.Data2 = load_u16(p + 4);
+  id.Data3 = load_u16(p + 6);
   std::memcpy(id.Data4, p + 8, 8);
   return id;
 }
@@ -82,7 +82,7 @@ QvULong read_user_data_block(const unsigned char* body, QvULong size, bool hadSt
                              QvFCurveUserDataStore& store) {
   Cursor in(body, body + size);
   if (!in.Has(5)) return 0;
-  const QvULong version = get_u32(in.Take(4));
+  const QvULong version = load_u32(in.Take(4));
   if (!acceptable_version(version)) return 0;
   if (*in.Take(1) != 1) return 5;
   if (!in.Has(1)) return 0;
@@ -97,7 +97,7 @@ QvULong read_user_data_block(const unsigned char* body, QvULong size, bool hadSt
   if (!in.Has(1)) return 0;
   if (*in.Take(1) == 1) {
     if (!in.Has(4)) return 0;
-    const QvULong count = get_u32(in.Take(4));
+    const QvULong count = load_u32(in.Take(4));
     for (QvULong k = 0; k < count; ++k) {
       if (!in.Has(8)) return 0;
       const double parameter = get_f64(in.Take(8));
@@ -134,14 +134,14 @@ QvULong CFCUserDataSet::BufferSize() const {
 
 QvULong CFCUserDataSet::Write(unsigned char* out) const {
   const QvULong bytes = BufferSize();
-  put_u32(out, bytes - 4);
-  put_u32(out + 4, kUserDataVersion);
-  put_u32(out + 8, static_cast<QvULong>(m_entries.size()));
+  store_u32(out, bytes - 4);
+  store_u32(out + 4, kUserDataVersion);
+  store_u32(out + 8, static_cast<QvULong>(m_entries.size()));
   unsigned char* p = out + 12;
   for (const auto& entry : m_entries) {
     put_uid(p, entry.first);
     const QvULong length = static_cast<QvULong>(entry.second.size());
-    put_u32(p + 16, length);
+    store_u32(p + 16, length);
     if (length != 0) std::memcpy(p + 20, entry.second.data(), length);
     p += 20 + length;
   }
@@ -151,18 +151,18 @@ QvULong CFCUserDataSet::Write(unsigned char* out) const {
 QvULong CFCUserDataSet::Read(const unsigned char* in, const unsigned char* end) {
   Cursor outer(in, end);
   if (!outer.Has(4)) return 0;
-  const QvULong size = get_u32(outer.Take(4));
+  const QvULong size = load_u32(outer.Take(4));
   if (size == 0) return 4;
   if (!outer.Has(size)) return 0;
   Cursor block(outer.Here(), outer.Here() + size);
   if (!block.Has(8)) return 0;
-  if (!acceptable_version(get_u32(block.Take(4)))) return 0;
-  const QvULong count = get_u32(block.Take(4));
+  if (!acceptable_version(load_u32(block.Take(4)))) return 0;
+  const QvULong count = load_u32(block.Take(4));
   Map entries;
   for (QvULong k = 0; k < count; ++k) {
     if (!block.Has(20)) return 0;
     const _pmbUID id = get_uid(block.Take(16));
-    const QvULong length = get_u32(block.Take(4));
+    const QvULong length = load_u32(block.Take(4));
     if (!block.Has(length)) return 0;
     const unsigned char* bytes = block.Take(length);
     entries[id] = Blob(bytes, bytes + length);
@@ -204,15 +204,15 @@ QvULong QvFCurveUserDataStore::BufferSize() const {
 
 QvULong QvFCurveUserDataStore::Write(unsigned char* out) const {
   const QvULong bytes = BufferSize();
-  put_u32(out, bytes - 4);
-  put_u32(out + 4, kUserDataVersion);
+  store_u32(out, bytes - 4);
+  store_u32(out + 4, kUserDataVersion);
   out[8] = HoldsAnything() ? 1 : 0;
   unsigned char* p = out + 9;
   *p++ = curveData.empty() ? 0 : 1;
   if (!curveData.empty()) p += curveData.Write(p);
   *p++ = keyData.empty() ? 0 : 1;
   if (!keyData.empty()) {
-    put_u32(p, static_cast<QvULong>(keyData.size()));
+    store_u32(p, static_cast<QvULong>(keyData.size()));
     p += 4;
     for (const auto& entry : keyData) {
       put_f64(p, entry.first);
@@ -419,8 +419,8 @@ QvULong QvBaseFCurve::WriteUserDataToBuffer(void* buffer) const {
   LockGuard guard(*this);
   unsigned char* out = static_cast<unsigned char*>(buffer);
   if (m_userData != nullptr) return m_userData->Write(out);
-  put_u32(out, 5);
-  put_u32(out + 4, kUserDataVersion);
+  store_u32(out, 5);
+  store_u32(out + 4, kUserDataVersion);
   out[8] = 0;
   return 9;
 }
@@ -430,7 +430,7 @@ QvULong QvBaseFCurve::WriteUserDataToBuffer(void* buffer) const {
 QvULong QvBaseFCurve::ReadUserDataFromBufferBody(const void* body) {
   LockGuard guard(*this);
   const unsigned char* in = static_cast<const unsigned char*>(body);
-  const QvULong size = get_u32(in - 4);
+  const QvULong size = load_u32(in - 4);
   const bool hadStore = m_userData != nullptr;
   QvFCurveUserDataStore* store =
       hadStore ? new QvFCurveUserDataStore(*m_userData) : new QvFCurveUserDataStore;

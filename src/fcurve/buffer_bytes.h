@@ -12,16 +12,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "foundation/byte_order.h"
+
 namespace qv::internal {
-
-inline void put_u16(unsigned char* p, std::uint16_t v) {
-  p[0] = static_cast<unsigned char>(v & 0xFFu);
-  p[1] = static_cast<unsigned char>((v >> 8) & 0xFFu);
-}
-
-inline void put_u32(unsigned char* p, QvULong v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>((v >> (8 * i)) & 0xFFu);
-}
 
 inline void put_f64(unsigned char* p, double v) {
   if (!std::isfinite(v)) v = 0.0;
@@ -34,16 +27,7 @@ inline void put_f32(unsigned char* p, float v) {
   if (!std::isfinite(v)) v = 0.0f;
   QvULong bits;
   std::memcpy(&bits, &v, sizeof bits);
-  put_u32(p, bits);
-}
-
-inline std::uint16_t get_u16(const unsigned char* p) {
-  return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-
-inline QvULong get_u32(const unsigned char* p) {
-  return static_cast<QvULong>(p[0]) | (static_cast<QvULong>(p[1]) << 8) |
-         (static_cast<QvULong>(p[2]) << 16) | (static_cast<QvULong>(p[3]) << 24);
+  store_u32(p, bits);
 }
 
 inline double get_f64(const unsigned char* p) {
@@ -55,11 +39,35 @@ inline double get_f64(const unsigned char* p) {
 }
 
 inline float get_f32(const unsigned char* p) {
-  const QvULong bits = get_u32(p);
+  const QvULong bits = load_u32(p);
   float v;
   std::memcpy(&v, &bits, sizeof v);
   return std::isfinite(v) ? v : 0.0f;
 }
+
+// Writes forward through a body whose size the caller has already worked out.
+class BodyWriter {
+ public:
+  explicit BodyWriter(unsigned char* p) : m_p(p) {}
+  void U8(unsigned v) { *m_p++ = static_cast<unsigned char>(v); }
+  void U16(unsigned v) {
+    store_u16(m_p, static_cast<std::uint16_t>(v));
+    m_p += 2;
+  }
+  void U32(QvULong v) {
+    store_u32(m_p, v);
+    m_p += 4;
+  }
+  void F64(double v) {
+    put_f64(m_p, v);
+    m_p += 8;
+  }
+  unsigned char* At() const { return m_p; }
+  void Skip(std::size_t n) { m_p += n; }
+
+ private:
+  unsigned char* m_p;
+};
 
 // Reads forward through a body and never past the end that its length word declares; a read
 // beyond it marks the reader bad, and that read and every later one yield zeros, so that a caller
@@ -79,13 +87,13 @@ class BodyReader {
   }
   std::uint16_t U16() {
     if (!Need(2)) return 0;
-    const std::uint16_t v = get_u16(m_p);
+    const std::uint16_t v = load_u16(m_p);
     m_p += 2;
     return v;
   }
   QvULong U32() {
     if (!Need(4)) return 0;
-    const QvULong v = get_u32(m_p);
+    const QvULong v = load_u32(m_p);
     m_p += 4;
     return v;
   }
@@ -98,6 +106,8 @@ class BodyReader {
   void Skip(std::size_t n) {
     if (Need(n)) m_p += n;
   }
+  // Moves to a place inside the range that the caller has already checked.
+  void JumpTo(const unsigned char* p) { m_p = p; }
   // The user data block: its length word, then that many bytes, which start with a version this
   // library reads and a flag. A length of 0 is no block; `read(start)` reads a block whose flag
   // is 1 and returns 0 on failure. False when the block is cut short or refused.
@@ -108,7 +118,7 @@ class BodyReader {
     if (block == 0) return true;
     if (block < 5 || !Need(block)) return false;
     const unsigned char* start = m_p;
-    const QvULong block_version = get_u32(start);
+    const QvULong block_version = load_u32(start);
     if (block_version < 256 || block_version == 0xFFFFFFFFu) return false;
     if (start[4] == 1 && read(start) == 0) return false;
     Skip(block);

@@ -14,14 +14,14 @@
 #include "fcurve/userdata_set.h"
 
 using qv::internal::BodyReader;
-using qv::internal::get_u32;
+using qv::internal::load_u32;
 using qv::internal::kFlagBothLocks;
 using qv::internal::kFlagParameterLocked;
 using qv::internal::kFlagValueLocked;
 using qv::internal::kStepKeyTolerance;
 using qv::internal::put_f64;
-using qv::internal::put_u16;
-using qv::internal::put_u32;
+using qv::internal::store_u16;
+using qv::internal::store_u32;
 using qv::internal::saturate_trunc;
 using qv::internal::SteppedLocation;
 using qv::internal::SteppedSelection;
@@ -1407,13 +1407,13 @@ QvULong QvSteppedFCurveOps<Curve>::WriteToBuffer(const Curve& self, void* buffer
   typename Curve::LockGuard guard(self);
   const QvSteppedFCurveImpl& body = *self.m_impl;
   unsigned char* p = static_cast<unsigned char*>(buffer);
-  put_u32(p, size - 4);
-  put_u32(p + 4, kVersionWritten);
-  put_u32(p + 8, static_cast<QvULong>(self.GetKind()));
-  put_u32(p + 12, kBoolean ? kIdBoolean : kIdInteger);
-  put_u32(p + 16, kIdSecond);
-  put_u32(p + 20, kIdTailLow);
-  put_u32(p + 24, kIdTailHigh);
+  store_u32(p, size - 4);
+  store_u32(p + 4, kVersionWritten);
+  store_u32(p + 8, static_cast<QvULong>(self.GetKind()));
+  store_u32(p + 12, kBoolean ? kIdBoolean : kIdInteger);
+  store_u32(p + 16, kIdSecond);
+  store_u32(p + 20, kIdTailLow);
+  store_u32(p + 24, kIdTailHigh);
   p += 28;
   const QvULong n = body.NumKeys();
   if constexpr (kBoolean) {
@@ -1421,14 +1421,14 @@ QvULong QvSteppedFCurveOps<Curve>::WriteToBuffer(const Curve& self, void* buffer
     p[1] = body.m_valueBeforeFirstKey != 0 ? 1 : 0;
     p[2] = body.m_extrapolation;
     p[3] = body.m_readOnly != 0 ? 1 : 0;
-    put_u32(p + 4, n);
+    store_u32(p + 4, n);
     p += 8;
   } else {
-    put_u32(p, static_cast<QvULong>(body.m_valueWhenNoKeys));
-    put_u32(p + 4, static_cast<QvULong>(body.m_valueBeforeFirstKey));
+    store_u32(p, static_cast<QvULong>(body.m_valueWhenNoKeys));
+    store_u32(p + 4, static_cast<QvULong>(body.m_valueBeforeFirstKey));
     p[8] = body.m_extrapolation;
     p[9] = body.m_readOnly != 0 ? 1 : 0;
-    put_u32(p + 10, n);
+    store_u32(p + 10, n);
     p += 14;
   }
   for (const Key& k : body.m_keys) {
@@ -1437,10 +1437,10 @@ QvULong QvSteppedFCurveOps<Curve>::WriteToBuffer(const Curve& self, void* buffer
     if constexpr (kBoolean) {
       *p++ = k.value != 0 ? 1 : 0;
     } else {
-      put_u32(p, static_cast<QvULong>(k.value));
+      store_u32(p, static_cast<QvULong>(k.value));
       p += 4;
     }
-    put_u16(p, k.flags);
+    store_u16(p, k.flags);
     p += 2;
   }
   self.WriteUserDataToBuffer(p);
@@ -1452,7 +1452,7 @@ template <class Curve>
 QvULong QvSteppedFCurveOps<Curve>::ReadFromBufferBody(Curve& self, const void* data) {
   if (data == nullptr) return 0;
   const unsigned char* bytes = static_cast<const unsigned char*>(data);
-  BodyReader in(bytes, get_u32(bytes - 4));
+  BodyReader in(bytes, load_u32(bytes - 4));
   try {
     Curve scratch(kBoolean ? 1.0 : 0.0);
     QvSteppedFCurveImpl& body = *scratch.m_impl;
